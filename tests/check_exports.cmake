@@ -1,0 +1,18 @@
+# Fails unless `nm -D --defined-only` lists exactly the four entry points.
+execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols
+                RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIBRARY}")
+endif()
+string(REGEX MATCHALL "[A-Za-z] [^\n]+" entries "${symbols}")
+set(names "")
+foreach(entry IN LISTS entries)
+  string(REGEX REPLACE "^[A-Za-z] " "" name "${entry}")
+  list(APPEND names ${name})
+endforeach()
+list(SORT names)
+set(expected ImgTarn_IFCreate ImgTarn_IFRelease NFunction_IFCreate NFunction_IFRelease)
+if(NOT names STREQUAL expected)
+  message(FATAL_ERROR "exported: ${names}; expected: ${expected}")
+endif()
+message(STATUS "exported: ${names}")
