@@ -4,11 +4,13 @@
 #include <dlfcn.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
 
 #include "support/host_library.hpp"
 
@@ -123,6 +125,67 @@ TEST(HostLibrary, UnreadableFileRaisesTheSubscriptErrorAndAllocatesNothing) {
   EXPECT_EQ(r, sentinel);
   EXPECT_EQ(g, sentinel);
   EXPECT_EQ(b, sentinel);
+}
+
+unsigned char* Text(const std::string& path) {
+  return reinterpret_cast<unsigned char*>(const_cast<char*>(path.data()));
+}
+
+TEST(HostLibrary, LoadPutsBlueInTheLastPlaneAndExpandsGreyFiles) {
+  host::ImgObject img;
+  cv::Mat colour(2, 3, CV_8UC3, cv::Scalar(10, 20, 30));  // B, G, R
+  const std::string colourPath = ::testing::TempDir() + "host_colour.png";
+  ASSERT_TRUE(cv::imwrite(colourPath, colour));
+  unsigned char *a2 = nullptr, *a3 = nullptr, *a4 = nullptr;
+  float para[3] = {static_cast<float>(colourPath.size()) + 0.9f, 0, 0};
+  ASSERT_EQ(img.Call<int>(31, Text(colourPath), &a2, &a3, &a4, para), 0);
+  EXPECT_EQ(para[1], 3.0f);
+  EXPECT_EQ(para[2], 2.0f);
+  EXPECT_EQ(a2[5], 30);
+  EXPECT_EQ(a3[5], 20);
+  EXPECT_EQ(a4[5], 10);
+  for (unsigned char* plane : {a2, a3, a4}) ::operator delete(plane);
+
+  cv::Mat grey(4, 2, CV_8UC1, cv::Scalar(77));
+  const std::string greyPath = ::testing::TempDir() + "host_grey.png";
+  ASSERT_TRUE(cv::imwrite(greyPath, grey));
+  para[0] = static_cast<float>(greyPath.size());
+  ASSERT_EQ(img.Call<int>(31, Text(greyPath), &a2, &a3, &a4, para), 0);
+  for (unsigned char* plane : {a2, a3, a4}) {
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(plane[i], 77);
+    ::operator delete(plane);
+  }
+}
+
+TEST(HostLibrary, ThePathIsTheFirstTruncatedCountOfCharacters) {
+  host::ImgObject img;
+  cv::Mat grey(1, 1, CV_8UC1, cv::Scalar(5));
+  const std::string path = ::testing::TempDir() + "host_short.png";
+  ASSERT_TRUE(cv::imwrite(path, grey));
+  const std::string padded = path + "TRAILING";
+  unsigned char *a2 = nullptr, *a3 = nullptr, *a4 = nullptr;
+  float para[3] = {static_cast<float>(path.size()) + 0.9f, 0, 0};
+  ASSERT_EQ(img.Call<int>(31, Text(padded), &a2, &a3, &a4, para), 0);
+  EXPECT_EQ(a4[0], 5);
+  for (unsigned char* plane : {a2, a3, a4}) ::operator delete(plane);
+  para[0] = -3.0f;  // an empty path reads nothing
+  EXPECT_THROW(img.Call<int>(31, Text(padded), &a2, &a3, &a4, para), std::out_of_range);
+}
+
+TEST(HostLibrary, SavingWithANullPointerReturnsMinusOneAndWritesNoFile) {
+  host::ImgObject img;
+  const std::string path = ::testing::TempDir() + "host_never_written.png";
+  std::remove(path.c_str());
+  unsigned char plane[4] = {1, 2, 3, 4};
+  float para[3] = {static_cast<float>(path.size()), 2, 2};
+  EXPECT_EQ(img.Call<int>(32, Text(path), plane, plane, static_cast<unsigned char*>(nullptr),
+                          para),
+            -1);
+  EXPECT_EQ(img.Call<int>(32, Text(path), plane, plane, plane, static_cast<float*>(nullptr)),
+            -1);
+  EXPECT_EQ(img.Call<int>(32, static_cast<unsigned char*>(nullptr), plane, plane, plane, para),
+            -1);
+  EXPECT_FALSE(cv::imread(path).data);
 }
 
 }  // namespace
