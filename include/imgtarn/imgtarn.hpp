@@ -32,7 +32,7 @@
 #define IMGTARN_EXPORT
 #endif
 
-class ImgTarn_IF final {
+class ImgTarn_IF {
  public:
   // Slot 0. Does nothing; returns 0.
   virtual int Initialize();
@@ -188,7 +188,7 @@ class ImgTarn_IF final {
   std::int32_t tag = 5;  // set to 5 by the factory; read by no operation
 };
 
-class NFunction_IF final {
+class NFunction_IF {
  public:
   // Slot 0. Inverts a plane in place. a2 = para with at least a3 entries:
   //   [0] width, [1] height, [2] switch (0.0 leaves the plane alone; anything else, NaN too,
