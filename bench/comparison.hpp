@@ -1,0 +1,20 @@
+// Pairs of benchmarks, ours against a reference, run on the same data in one process.
+#ifndef IMGTARN_BENCH_COMPARISON_HPP
+#define IMGTARN_BENCH_COMPARISON_HPP
+
+#include <functional>
+#include <string>
+
+#include <benchmark/benchmark.h>
+
+namespace bench {
+
+// Registers "<name>/ours" and "<name>/reference"; after the run one line
+// "<name> ratio=<ours/reference> goal=<goal>" is printed for it.
+void Compare(const std::string& name, double goal,
+             std::function<void(benchmark::State&)> ours,
+             std::function<void(benchmark::State&)> reference);
+
+}  // namespace bench
+
+#endif  // IMGTARN_BENCH_COMPARISON_HPP
