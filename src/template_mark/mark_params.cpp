@@ -1,0 +1,28 @@
+// Reading the template-mark operations' parameter array.
+#include <cmath>
+
+#include "common/para.hpp"
+#include "template_mark/template_mark.hpp"
+
+namespace imgtarn::template_mark {
+
+MarkParams FromPara(const float* para) {
+  MarkParams params;
+  params.width = ParaInt(para, 0);
+  params.height = ParaInt(para, 1);
+  // The host passes half sizes; the pipeline works with the full nominal size.
+  params.markWidth = 2.0f * para[2];
+  params.markHeight = 2.0f * para[3];
+  params.debug = ParaInt(para, 4);
+  return params;
+}
+
+bool ExpectedSizeUsable(float markWidth, float markHeight, cv::Size plane) {
+  // Written as positive comparisons so that NaN fails them too. Below one pixel the
+  // templates would be empty; beyond the plane no contour of that size can exist and the
+  // template buffers would only grow without bound.
+  return markWidth >= 1.0f && markHeight >= 1.0f && markWidth <= plane.width &&
+         markHeight <= plane.height;
+}
+
+}  // namespace imgtarn::template_mark
