@@ -1,0 +1,85 @@
+// Slot 23: the automatic-threshold edge map of a plane, optionally turned into a filled mask of
+// the closed shapes it outlines.
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+#include "common/debug_view.hpp"
+#include "common/para.hpp"
+#include "common/plane.hpp"
+#include "edges/DalCanny.hpp"
+#include "edges/edge_contours.hpp"
+#include "edges/edges.hpp"
+
+namespace imgtarn::edges {
+
+namespace {
+
+struct EdgeParams {
+  int width = 0;
+  int height = 0;
+  bool contourStage = false;
+  bool debug = false;
+  int minContourArea = 0;
+};
+
+EdgeParams FromPara(const float* para) {
+  EdgeParams params;
+  params.width = ParaInt(para, 0);
+  params.height = ParaInt(para, 1);
+  params.contourStage = ParaInt(para, 2) != 0;
+  params.debug = ParaInt(para, 3) != 0;
+  // Only the contour stage has a fifth entry; a host calling for raw edges may pass four.
+  if (params.contourStage) params.minContourArea = ParaInt(para, 4);
+  return params;
+}
+
+struct EdgeReport {
+  CannyThresholds thresholds;
+  int edgePixels = 0;
+  int contoursKept = 0;
+};
+
+EdgeReport DetectEdges(const cv::Mat& src, const EdgeParams& params, cv::Mat& dst) {
+  EdgeReport report;
+  cv::Mat edges;
+  CannyTrace trace;
+  MyCanny(src, edges, false, &trace);
+  report.thresholds = trace.thresholds;
+  report.edgePixels = cv::countNonZero(edges);
+  if (params.debug) debug_view::Show("matEdges", edges);
+  if (!params.contourStage) {
+    edges.copyTo(dst);
+  } else {
+    const std::vector<Contour> contours = FindClosedContours(edges, params.minContourArea);
+    FillContoursInto(contours, dst);
+    report.contoursKept = static_cast<int>(contours.size());
+    if (params.debug) debug_view::Show("matContours", dst);
+  }
+  // A short wait lets the windows paint without holding up the inspection flow.
+  if (params.debug) debug_view::Wait(1);
+  return report;
+}
+
+void WriteReport(const EdgeReport& report, float* result) {
+  result[0] = static_cast<float>(report.thresholds.low);
+  result[1] = static_cast<float>(report.thresholds.high);
+  result[2] = static_cast<float>(report.edgePixels);
+  result[3] = static_cast<float>(report.contoursKept);
+}
+
+}  // namespace
+
+int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst, float* result) {
+  if (para == nullptr || result == nullptr) return -1;
+  const EdgeParams params = FromPara(para);
+  if (!IsUsablePlane(src, params.width, params.height)) return -1;
+  if (!IsUsablePlane(dst, params.width, params.height)) return -1;
+  cv::Mat destination = WrapPlane(dst, params.width, params.height);
+  const EdgeReport report =
+      DetectEdges(WrapPlane(src, params.width, params.height), params, destination);
+  WriteReport(report, result);
+  return 0;
+}
+
+}  // namespace imgtarn::edges
