@@ -1,9 +1,17 @@
-// Circle mark location: the operations of slots 2 to 5, 10 to 12 and 17.
+// Circle mark location: the operations of slots 2 to 5, 10 to 12 and 17, and the toolkit
+// beneath them (disc template, template search, gradient measurement, closing circle).
 #ifndef IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 #define IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <opencv2/core.hpp>
+
 namespace imgtarn::circle_mark {
 
+// ---- Adapters (raw arguments from the interface layer) ----
 int HoughCircleDemo(unsigned char* a1);
 int DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount, float* result);
 int DetectCirclesFromText(unsigned char* plane, char** texts, void* ignored, float* result);
@@ -13,6 +21,136 @@ int LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored, floa
 int LocateCircleMark(unsigned char* plane, float* para, void* ignored, float* result);
 int LocateCircleMarkRoi(unsigned char* plane, float* para, float* result);
 int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
+
+// ---- Typed parameters ----
+
+// para of slots 10, 11 and 12: [0] width, [1] height, [2] radius, [4] debug (1 = on).
+struct CircleMarkParams {
+  int width = 0;
+  int height = 0;
+  float radius = 0.0f;
+  bool debug = false;
+};
+CircleMarkParams CircleMarkParamsFromPara(const float* para);
+
+// True when a disc template for `radius` fits inside the plane, so the template search and
+// every window derived from it are defined.
+bool RadiusFitsPlane(float radius, cv::Size plane);
+
+// ---- Toolkit ----
+
+// Centre x, centre y, radius and correlation score of a template match.
+struct CircleEstimate {
+  float x = 0.0f;
+  float y = 0.0f;
+  float radius = 0.0f;
+  float score = 0.0f;
+};
+
+using CircleList = std::vector<cv::Vec3f>;
+
+cv::Mat MakeDiscTemplate(float radius);
+CircleEstimate FindDiscByTemplate(const cv::Mat& image, const cv::Mat& disc, float radius,
+                                  bool debug);
+std::optional<cv::Point> ClosingCircleCentre(const cv::Mat& image, float radius, bool debug);
+
+// Edge indexes of one profile: the first bright index after the rise and the last before the
+// fall. Diameter() is the measured width of the bright run.
+struct EdgeSpan {
+  int first = 0;
+  int last = -1;
+  int Diameter() const { return last - first + 1; }
+};
+struct GradientMeasure {
+  cv::Rect window;  // the window actually measured (clipped to the image)
+  EdgeSpan columns;
+  EdgeSpan rows;
+};
+// Measures the bright disc inside `window` of `image`; nothing when the window lies outside.
+std::optional<GradientMeasure> MeasureCircleByGradient(const cv::Mat& image, cv::Rect window);
+// The centre coordinate a span gives when the window starts at `origin`.
+float SpanCentre(int origin, const EdgeSpan& span);
+
+void DrawValueText(cv::Mat& image, double value, cv::Point origin);
+// One tile per circle (dot, outline and, with captions, radius/x/y), two tiles per row.
+cv::Mat CircleMosaic(const CircleList& circles, const cv::Mat& image, bool captions);
+void ShowCircleMosaic(const CircleList& circles, const cv::Mat& image, const std::string& title);
+// Radius at (5, 30), x at (150, 30), y at (250, 30).
+void CaptionCircle(cv::Mat& image, float x, float y, float radius);
+
+// Hough circles with the gradient method, dp 1 and minDist 1. Windows the library computed
+// itself are passed here, never anything that could fail OpenCV's own checks.
+CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2,
+                                int minRadius, int maxRadius);
+
+// Gaussian 3 x 3 smoothing and two 5 x 5 rectangle openings, the preparation both stages use.
+cv::Mat SmoothPlane(const cv::Mat& src);
+cv::Mat OpenTwice(const cv::Mat& smooth);
+
+// ---- Mark search stages ----
+
+// Stage 1: Canny edges, Hough circles checked against the template estimate, gradient
+// measurement and the border re-test.
+struct EdgeStageOutcome {
+  bool tooFewCircles = false;  // fewer than two Hough circles: the search ends here
+  std::optional<cv::Point2f> centre;
+};
+EdgeStageOutcome LocateByEdgeCircles(const cv::Mat& src, float radius, bool debug);
+
+// Stage 2 and the whole of the quick search: template, Hough inside the matched region, the
+// closing circle and the scored full-image search. `sourceTitle` names the source window.
+std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radius, bool debug,
+                                                  const std::string& sourceTitle);
+
+// A centre both of whose coordinates are non-zero: the host's sign of a found mark.
+// True when a circle of `radius` plus `margin` lies wholly inside the image.
+bool IsInside(cv::Point2f centre, float radius, int margin, cv::Size image);
+
+inline bool IsFound(const std::optional<cv::Point2f>& centre) {
+  return centre && centre->x != 0.0f && centre->y != 0.0f;
+}
+
+// ---- Border handling of the edge-circle stage ----
+enum class Border { kNone, kRight, kLeft, kBottom, kTop };
+
+// The single border that a circle of `radius` plus `margin` crosses; kNone when it crosses
+// none or more than one (a corner).
+Border CrossedBorder(cv::Point2f centre, float radius, int margin, cv::Size image);
+cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size image);
+// Re-measures in the border window placed for `placeAt`; the result keeps `previous` on every
+// rejected axis.
+cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border border,
+                           cv::Point2f placeAt, cv::Point2f previous, float radius, bool debug);
+// A copy with the result circle (value 0) and a filled disc of radius r - 2 (debug views).
+cv::Mat DrawMarkedCopy(const cv::Mat& plain, cv::Point2f centre, float radius);
+
+
+// ---- Direct Hough detection (slots 3 to 5) ----
+struct DirectHoughParams {
+  int width = 0;
+  int height = 0;
+  float radius = 0.0f;
+  double param1 = 0.0;
+  int minRadius = 0;
+  int maxRadius = 0;
+};
+// The circle whose radius is nearest `radius` (ties keep the earlier one); nothing when empty.
+std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float radius);
+// Smooths, searches and picks; writes x, y, radius (zeros when nothing is found).
+CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params,
+                           float* result);
+
+// ---- Edge adjustment (slot 17) ----
+struct EllipseFit {
+  cv::Point2f centre;
+  float semiAxisA = 0.0f;  // half of the first axis of cv::fitEllipse's box
+  float semiAxisB = 0.0f;
+  float angle = 0.0f;      // degrees, as cv::fitEllipse reports it
+};
+std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre,
+                                           float radius);
+std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centre,
+                                         float radius);
 
 }  // namespace imgtarn::circle_mark
 

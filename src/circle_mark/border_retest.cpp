@@ -1,0 +1,84 @@
+// Re-measuring a mark that lies close to one image border in a window pushed against it.
+#include <cmath>
+
+#include <opencv2/imgproc.hpp>
+
+#include "circle_mark/circle_mark.hpp"
+#include "common/debug_view.hpp"
+#include "common/para.hpp"
+
+namespace imgtarn::circle_mark {
+namespace {
+
+// The re-test is stricter than the inside measurement (two-sided, r/6): a window pushed against
+// the border may cut the disc, and a clipped run must not pass as a diameter.
+std::optional<float> AcceptedOnBorder(int origin, const EdgeSpan& span, float radius) {
+  if (std::fabs(2.0f * radius - static_cast<float>(span.Diameter())) < radius / 6.0f)
+    return SpanCentre(origin, span);
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool IsInside(cv::Point2f centre, float radius, int margin, cv::Size image) {
+  const float reach = radius + static_cast<float>(margin);
+  return centre.x - reach >= 0.0f && centre.x + reach <= static_cast<float>(image.width) &&
+         centre.y - reach >= 0.0f && centre.y + reach <= static_cast<float>(image.height);
+}
+
+Border CrossedBorder(cv::Point2f centre, float radius, int margin, cv::Size image) {
+  const float reach = radius + static_cast<float>(margin);
+  const bool right = centre.x + reach > static_cast<float>(image.width);
+  const bool left = centre.x - reach < 0.0f;
+  const bool bottom = centre.y + reach > static_cast<float>(image.height);
+  const bool top = centre.y - reach < 0.0f;
+  if (right + left + bottom + top != 1) return Border::kNone;
+  if (right) return Border::kRight;
+  if (left) return Border::kLeft;
+  if (bottom) return Border::kBottom;
+  return Border::kTop;
+}
+
+// The window (side 2r + 10) is aligned flush with the crossed image edge, so the whole visible
+// part of the disc next to that edge is inside it; along the other axis it is centred on the
+// previous centre with the usual 5-pixel margin. Right and bottom are tested before left and
+// top, so a plane narrower than the window takes the far edge.
+cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size image) {
+  const int side = TruncToInt(2.0f * radius + 10.0f);
+  int x = TruncToInt(static_cast<float>(TruncToInt(centre.x)) - radius - 5.0f);
+  int y = TruncToInt(static_cast<float>(TruncToInt(centre.y)) - radius - 5.0f);
+  switch (border) {
+    case Border::kRight: x = image.width - side; break;
+    case Border::kLeft: x = 0; break;
+    case Border::kBottom: y = image.height - side; break;
+    case Border::kTop: y = 0; break;
+    case Border::kNone: break;
+  }
+  return cv::Rect(x, y, side, side);
+}
+
+cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border border,
+                           cv::Point2f placeAt, cv::Point2f previous, float radius, bool debug) {
+  const cv::Rect window = BorderWindow(border, placeAt, radius, blurred.size());
+  const std::optional<GradientMeasure> measure = MeasureCircleByGradient(blurred, window);
+  cv::Point2f centre = previous;
+  if (measure) {
+    // A rejected axis keeps the previous coordinate.
+    if (auto x = AcceptedOnBorder(measure->window.x, measure->columns, radius)) centre.x = *x;
+    if (auto y = AcceptedOnBorder(measure->window.y, measure->rows, radius)) centre.y = *y;
+    if (debug) debug_view::Show("The new ROI", blurred(measure->window));
+  }
+  if (debug) debug_view::Show("Test the circle's position.", DrawMarkedCopy(plain, centre, radius));
+  return centre;
+}
+
+cv::Mat DrawMarkedCopy(const cv::Mat& plain, cv::Point2f centre, float radius) {
+  cv::Mat canvas = plain.clone();
+  const cv::Point at(TruncToInt(centre.x), TruncToInt(centre.y));
+  cv::circle(canvas, at, TruncToInt(radius), cv::Scalar(0), 1);
+  const int dotRadius = TruncToInt(radius - 2.0f);
+  if (dotRadius >= 0) cv::circle(canvas, at, dotRadius, cv::Scalar(0), -1);
+  return canvas;
+}
+
+}  // namespace imgtarn::circle_mark

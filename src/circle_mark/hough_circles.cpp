@@ -1,0 +1,36 @@
+// The shared Hough call and the smoothing both search stages start from.
+#include <algorithm>
+
+#include <opencv2/imgproc.hpp>
+
+#include "circle_mark/circle_mark.hpp"
+
+namespace imgtarn::circle_mark {
+
+CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2,
+                                int minRadius, int maxRadius) {
+  CircleList circles;
+  if (image.empty()) return circles;
+  // A maximum radius of 0 or below would make OpenCV search every radius up to the image size
+  // (or report bare centres); no caller means that, so such a range finds nothing.
+  if (maxRadius <= 0) return circles;
+  cv::HoughCircles(image, circles, cv::HOUGH_GRADIENT, 1.0, 1.0, param1, param2,
+                   std::max(0, minRadius), maxRadius);
+  return circles;
+}
+
+cv::Mat SmoothPlane(const cv::Mat& src) {
+  cv::Mat smooth;
+  cv::GaussianBlur(src, smooth, cv::Size(3, 3), 0);
+  return smooth;
+}
+
+cv::Mat OpenTwice(const cv::Mat& smooth) {
+  const cv::Mat element = cv::getStructuringElement(cv::MORPH_RECT, cv::Size(5, 5));
+  cv::Mat opened;
+  cv::morphologyEx(smooth, opened, cv::MORPH_OPEN, element);
+  cv::morphologyEx(opened, opened, cv::MORPH_OPEN, element);
+  return opened;
+}
+
+}  // namespace imgtarn::circle_mark

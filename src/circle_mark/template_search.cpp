@@ -1,0 +1,118 @@
+// The template-first search: stage 2 of the mark location and the whole quick operation.
+#include <algorithm>
+
+#include <opencv2/imgproc.hpp>
+
+#include "circle_mark/circle_mark.hpp"
+#include "common/debug_view.hpp"
+#include "common/para.hpp"
+
+namespace imgtarn::circle_mark {
+namespace {
+
+// Half-width of the radius range inside the template-sized region.
+constexpr float kRegionRadiusSlack = 3.0f;
+// A correlation this high is trusted without any Hough evidence.
+constexpr float kTemplateHitScore = 0.85f;
+
+// The template-sized rectangle centred on the template estimate. The estimate is the match
+// corner plus the integer half size, so this lands back on the match corner inside the image;
+// the intersection only guards a hand-made estimate.
+cv::Rect TemplateRegion(const CircleEstimate& found, cv::Size templateSize, cv::Size image) {
+  const int x = TruncToInt(static_cast<float>(TruncToInt(found.x)) - templateSize.width * 0.5f);
+  const int y = TruncToInt(static_cast<float>(TruncToInt(found.y)) - templateSize.height * 0.5f);
+  return cv::Rect(cv::Point(x, y), templateSize) & cv::Rect(cv::Point(0, 0), image);
+}
+
+// The full-image search, widening its radius range and lowering its vote threshold until
+// something is found: k = 5 gives r +- 0.15 r with 37.5 votes, k = 1 gives r +- 0.03 r with 7.5.
+CircleList FullImageCircles(const cv::Mat& smooth, float radius) {
+  CircleList circles;
+  for (int k = 5; k >= 1 && circles.empty(); --k) {
+    const float halfWidth = static_cast<float>(k) * 1.5f * (0.02f * radius);
+    const double votes = 0.5 * (15.0 * k);
+    circles = HoughGradientCircles(smooth, 150.0, votes, TruncToInt(radius - halfWidth),
+                                   TruncToInt(radius + halfWidth));
+  }
+  return circles;
+}
+
+// Scores a full-image circle by the Hough circles inside a template-sized box around it. The
+// box keeps its size when it meets the left or top edge (origin clamped) but loses columns and
+// rows at the right and bottom edges; those lost lines earn a bonus that favours a mark cut by
+// the image border over a complete look-alike elsewhere.
+float ScoreCandidate(const cv::Mat& smooth, const cv::Vec3f& circle, cv::Size templateSize,
+                     float radius, bool debug) {
+  int x = TruncToInt(static_cast<float>(TruncToInt(circle[0])) - templateSize.width * 0.5f);
+  int y = TruncToInt(static_cast<float>(TruncToInt(circle[1])) - templateSize.height * 0.5f);
+  x = std::max(0, x);
+  y = std::max(0, y);
+  const int width = std::min(templateSize.width, smooth.cols - x);
+  const int height = std::min(templateSize.height, smooth.rows - y);
+  if (width <= 0 || height <= 0) return 0.0f;
+  const int cut = (templateSize.width - width) + (templateSize.height - height);
+
+  const cv::Mat box = smooth(cv::Rect(x, y, width, height));
+  const CircleList inBox = HoughGradientCircles(box, 15.0, 15.0, TruncToInt(radius - 5.0f),
+                                                TruncToInt(radius + 5.0f));
+  if (debug) ShowCircleMosaic(inBox, box, "hCRoi");
+  if (inBox.empty()) return 0.0f;
+  float score = 0.17f * static_cast<float>(inBox.size());
+  const float cutShare = static_cast<float>(cut) / radius;
+  if (cut > 0 && cutShare < 0.7f) score = score + 1.5f * cutShare;
+  return score;
+}
+
+std::optional<cv::Point2f> BestScoredCircle(const cv::Mat& smooth, float radius,
+                                            cv::Size templateSize, bool debug) {
+  const CircleList circles = FullImageCircles(smooth, radius);
+  if (debug) ShowCircleMosaic(circles, smooth, "guaCircle");
+  float bestScore = 0.0f;
+  std::optional<cv::Point2f> best;
+  for (const cv::Vec3f& circle : circles) {
+    const float score = ScoreCandidate(smooth, circle, templateSize, radius, debug);
+    // Strictly greater: on a tie the earlier circle in Hough order stays.
+    if (score > bestScore) {
+      bestScore = score;
+      best = cv::Point2f(circle[0], circle[1]);
+    }
+  }
+  if (bestScore >= 1.5f) return best;
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radius, bool debug,
+                                                  const std::string& sourceTitle) {
+  const cv::Mat smooth = SmoothPlane(src);
+  const cv::Mat opened = OpenTwice(smooth);
+  if (debug) {
+    debug_view::Show(sourceTitle, src);
+    debug_view::Show("Smoothing", smooth);
+  }
+  const cv::Mat disc = MakeDiscTemplate(radius);
+  const CircleEstimate found = FindDiscByTemplate(opened, disc, radius, debug);
+  const cv::Point2f templateCentre(found.x, found.y);
+
+  const cv::Rect regionRect = TemplateRegion(found, disc.size(), opened.size());
+  const cv::Mat region = opened(regionRect);
+  if (debug) debug_view::Show("ROI", region);
+  const CircleList inRegion =
+      HoughGradientCircles(region, 15.0, 15.0, TruncToInt(radius - kRegionRadiusSlack),
+                           TruncToInt(radius + kRegionRadiusSlack));
+  if (debug) ShowCircleMosaic(inRegion, region, "tempHCRoi");
+
+  if (found.score >= kTemplateHitScore) return templateCentre;
+  // Five region circles are enough evidence (0.17 per circle against 0.85, in floats as the
+  // threshold has always been computed).
+  if (static_cast<float>(inRegion.size()) * 0.17f >= 0.85f) {
+    const std::optional<cv::Point> closing = ClosingCircleCentre(region, radius, debug);
+    if (!closing) return templateCentre;
+    return cv::Point2f(found.x + static_cast<float>(closing->x) - disc.cols * 0.5f,
+                       found.y + static_cast<float>(closing->y) - disc.rows * 0.5f);
+  }
+  return BestScoredCircle(smooth, radius, disc.size(), debug);
+}
+
+}  // namespace imgtarn::circle_mark
