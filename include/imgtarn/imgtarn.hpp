@@ -61,7 +61,7 @@ class ImgTarn_IF {
                                       unsigned char* a4, unsigned char* a5);
 
   // Slot 7. CLASSIFY_RING_CONTOURS_DOC
-  virtual int ClassifyRingContours(unsigned char* a1, unsigned char* a2, unsigned char* a3,
+  virtual int ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3,
                                    float* para, float* a5, unsigned char* plane);
 
   // Slot 8. MORPH_BOUNDING_RECTS_DOC
@@ -83,7 +83,7 @@ class ImgTarn_IF {
                                   float* result);
 
   // Slot 13. CUT_LEAD_ROIS_DOC
-  virtual int CutLeadRois(unsigned char* a1, float* a2, void* ignored, float* a4);
+  virtual int CutLeadRois(unsigned char* a1, unsigned char* a2, void* ignored, float* a4);
 
   // Slot 14. LOCATE_CROSS_MARK_DOC
   virtual int LocateCrossMark(unsigned char* plane, float* para, void* ignored, float* result);

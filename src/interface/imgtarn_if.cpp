@@ -49,7 +49,7 @@ int ImgTarn_IF::DrawContoursAllExternal(unsigned char* a1, float* para, unsigned
   return contours::DrawContoursAllExternal(a1, para, a3, a4, a5);
 }
 
-int ImgTarn_IF::ClassifyRingContours(unsigned char* a1, unsigned char* a2, unsigned char* a3,
+int ImgTarn_IF::ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3,
                                      float* para, float* a5, unsigned char* plane) {
   return contours::ClassifyRingContours(a1, a2, a3, para, a5, plane);
 }
@@ -77,7 +77,7 @@ int ImgTarn_IF::LocateCircleMarkRoi(unsigned char* plane, float* para, void*, fl
   return circle_mark::LocateCircleMarkRoi(plane, para, result);
 }
 
-int ImgTarn_IF::CutLeadRois(unsigned char* a1, float* a2, void*, float* a4) {
+int ImgTarn_IF::CutLeadRois(unsigned char* a1, unsigned char* a2, void*, float* a4) {
   return lead::CutLeadRois(a1, a2, a4);
 }
 
@@ -103,8 +103,8 @@ int ImgTarn_IF::LocateRectangleMark(unsigned char* plane, float* para, void*, fl
 
 int ImgTarn_IF::CountContourPixels(unsigned char* plane, float* para, void*, float* result) {
   // A float comparison: -0.0 takes the first routine too, NaN the second.
-  if (para[3] == 0.0f) return contours::CountContourPixelsFirst(plane, para, result);
-  return contours::CountContourPixelsSecond(plane, para, result);
+  if (para[3] == 0.0f) return contours::CountEnclosedPixels(plane, para, result);
+  return contours::CountOutlinePixels(plane, para, result);
 }
 
 int ImgTarn_IF::FollowCadOverlay(unsigned char* boundaryMask, unsigned char* cadPad,
@@ -114,8 +114,8 @@ int ImgTarn_IF::FollowCadOverlay(unsigned char* boundaryMask, unsigned char* cad
 
 int ImgTarn_IF::MorphRing(unsigned char* a1, unsigned char* a2, unsigned char* a3, float* para,
                           int mode, unsigned char* plane) {
-  if (mode < 100) return contours::MorphRingRoutine(a3, a2, a1, para, plane);
-  return contours::MorphRingSecondRoutine(a1, a2, a3, para);
+  if (mode < 100) return contours::MorphRingBand(a3, a2, a1, para, plane);
+  return contours::RingBetweenMasks(a1, a2, a3, para);
 }
 
 int ImgTarn_IF::FillContours(unsigned char* a1, float* para, void*, int* contourPoints,

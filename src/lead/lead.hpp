@@ -1,11 +1,13 @@
-// Lead measurement: the operations of slots 13 and 16.
+// Lead measurement: the operations of slots 13 and 16. The public header documents every
+// argument and para index; these are the adapters the interface forwards to.
 #ifndef IMGTARN_LEAD_LEAD_HPP
 #define IMGTARN_LEAD_LEAD_HPP
 
 namespace imgtarn::lead {
 
-int CutLeadRois(unsigned char* a1, float* a2, float* a4);
-int MeasureLeadRoi(unsigned char* a1, unsigned char* a2, float* a3, float* a4);
+int CutLeadRois(const unsigned char* image, const unsigned char* leadTemplate, float* para);
+int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate,
+                   const float* para, float* result);
 
 }  // namespace imgtarn::lead
 
