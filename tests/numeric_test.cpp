@@ -87,6 +87,13 @@ TEST(StepPosition, WritesThePassThroughValuesEvenWhenRefused) {
   EXPECT_EQ(StepPositionToOffsets(in, 15, out, 4), -1);
 }
 
+TEST(StepPosition, APositionAtTheEndOfTheIntRangeWrapsInsteadOfOverflowing) {
+  const float in[15] = {0, -12, 0, 1, 1, 1, 1, 1, 0, 0, 1, 5, 1, -2147483648.0f, 0};
+  float out[5] = {};
+  EXPECT_EQ(StepPositionToOffsets(in, 15, out, 5), 1);
+  EXPECT_EQ(out[0], static_cast<float>(2147483643));
+}
+
 TEST(StepPosition, CoverageAdjustmentFreezesTheDominantAxisAndReportsItsNewOffset) {
   // 90 % coverage, X error 3 far below it: X takes the coverage offset and is not stepped;
   // Y (1 pixel, within one step) is halved.

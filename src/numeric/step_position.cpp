@@ -51,6 +51,11 @@ void AdjustByCoverage(const StepInput& in, AxisState& x, AxisState& y) {
   }
 }
 
+// Positions are the host's 32-bit integers and wrap like them at the ends of the range.
+int WrappingAdd(int position, int step) {
+  return static_cast<int>(static_cast<unsigned>(position) + static_cast<unsigned>(step));
+}
+
 // One step of size s towards zero offset; an offset within one step is halved instead.
 // Returns true when the axis moved.
 bool StepAxis(AxisState& axis, std::int16_t step) {
@@ -59,10 +64,10 @@ bool StepAxis(AxisState& axis, std::int16_t step) {
   float& d = axis.offset;
   if (d < 0.0f && s < -d) {
     d = d + s;
-    axis.position -= step;
+    axis.position = WrappingAdd(axis.position, -step);
   } else if (d > 0.0f && s < d) {
     d = d - s;
-    axis.position += step;
+    axis.position = WrappingAdd(axis.position, step);
   } else if (d < 0.0f || d > 0.0f) {
     d = static_cast<float>(static_cast<double>(d) * 0.5);
     axis.position = TruncToInt(static_cast<float>(axis.position) + d);
