@@ -1,0 +1,613 @@
+// Template mark location: the shared pipeline stages on hand-made inputs and both operations
+// on synthetic boards whose marks are drawn at known positions.
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
+
+#include "common/debug_view.hpp"
+#include "template_mark/template_mark.hpp"
+
+namespace {
+
+namespace tm = imgtarn::template_mark;
+using imgtarn::debug_view::RecordingSink;
+using imgtarn::debug_view::ScopedSink;
+using tm::MarkKind;
+using tm::Polygon;
+using tm::PolygonList;
+
+// ---- Synthetic boards ----
+// Marks are given in continuous coordinates where column i spans [i, i + 1). They are drawn
+// 4x supersampled and area-averaged, so an edge inside a pixel shades it partially, as a
+// camera would.
+
+constexpr int kSuper = 4;
+
+struct Board {
+  cv::Mat coverage;  // 0..1 per pixel, supersampled
+  explicit Board(cv::Size size) : coverage(size * kSuper, CV_8UC1, cv::Scalar(0)) {}
+
+  void Fill(double left, double top, double width, double height) {
+    const cv::Rect area(static_cast<int>(std::lround(left * kSuper)),
+                        static_cast<int>(std::lround(top * kSuper)),
+                        static_cast<int>(std::lround(width * kSuper)),
+                        static_cast<int>(std::lround(height * kSuper)));
+    cv::rectangle(coverage, area & cv::Rect(cv::Point(), coverage.size()), cv::Scalar(255), -1);
+  }
+  void Rectangle(cv::Point2d centre, double w, double h) {
+    Fill(centre.x - w / 2, centre.y - h / 2, w, h);
+  }
+  // A plus sign whose bars are a third of its size.
+  void Plus(cv::Point2d centre, double w, double h) {
+    Fill(centre.x - w / 2, centre.y - h / 6, w, h / 3);
+    Fill(centre.x - w / 6, centre.y - h / 2, w / 3, h);
+  }
+  void RotatedRectangle(cv::Point2d centre, double w, double h, float degrees) {
+    cv::Point2f corners[4];
+    cv::RotatedRect(cv::Point2f(centre * kSuper), cv::Size2f(w * kSuper, h * kSuper), degrees)
+        .points(corners);
+    std::vector<cv::Point> polygon(corners, corners + 4);
+    cv::fillConvexPoly(coverage, polygon, cv::Scalar(255));
+  }
+
+  // Dark board (40) with Gaussian noise, marks at 200.
+  cv::Mat Render(int seed, double noise = 6.0) const {
+    cv::Mat area;
+    cv::resize(coverage, area, coverage.size() / kSuper, 0, 0, cv::INTER_AREA);
+    cv::Mat plane;
+    area.convertTo(plane, CV_32F, 160.0 / 255.0, 40.0);
+    cv::Mat grain(plane.size(), CV_32F);
+    cv::RNG rng(seed);
+    rng.fill(grain, cv::RNG::NORMAL, 0.0, noise);
+    plane += grain;
+    cv::Mat out;
+    plane.convertTo(out, CV_8U);
+    return out;
+  }
+};
+
+struct Result {
+  int status;
+  float values[4];
+};
+
+Result Locate(MarkKind kind, cv::Mat plane, float halfW, float halfH, float debug = 0,
+              float prefill = -1.0f) {
+  float para[5] = {static_cast<float>(plane.cols), static_cast<float>(plane.rows), halfW, halfH,
+                   debug};
+  Result r{0, {prefill, prefill, prefill, prefill}};
+  r.status = kind == MarkKind::kCross ? tm::LocateCrossMark(plane.data, para, r.values)
+                                      : tm::LocateRectangleMark(plane.data, para, r.values);
+  return r;
+}
+
+Polygon Square(cv::Point centre, int half) {
+  return {centre + cv::Point(-half, -half), centre + cv::Point(half, -half),
+          centre + cv::Point(half, half), centre + cv::Point(-half, half)};
+}
+
+// ---- SizeMatches and the rectangle's stricter test ----
+
+struct SizeCase {
+  float expectedW, expectedH, w, h;
+  bool loose, strict;
+};
+
+class SizeTest : public ::testing::TestWithParam<SizeCase> {};
+
+TEST_P(SizeTest, JudgesMeasuredAgainstExpectedSize) {
+  const SizeCase& c = GetParam();
+  EXPECT_EQ(tm::SizeMatches(c.expectedW, c.expectedH, c.w, c.h, 0.5f), c.loose);
+  EXPECT_EQ(tm::RectangleSizeMatches(c.expectedW, c.expectedH, c.w, c.h, 0.5f), c.strict);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TemplateMark, SizeTest,
+    ::testing::Values(SizeCase{30, 30, 30, 30, true, true},
+                      // Width off by more than half but height right: only the aspect ratio
+                      // (12 / 20 = 0.6) decides, and it passes the loose test.
+                      SizeCase{30, 30, 12, 20, true, false},
+                      // Both off by more than half fail, though the aspect ratio is perfect.
+                      SizeCase{30, 30, 12, 12, false, false},
+                      // Right size in one dimension, aspect ratio 1 against 0.5.
+                      SizeCase{40, 20, 40, 40, false, false},
+                      // Loose passes on the height, strict fails on 19 / 40 < 0.5.
+                      SizeCase{40, 20, 19, 11, true, false},
+                      // A square of the nominal size but half the height (ratio just below
+                      // 0.5 with the epsilon).
+                      SizeCase{30, 30, 30, 15, false, false},
+                      SizeCase{40, 20, 44, 18, true, true},
+                      // Orientation does not matter for the aspect ratio.
+                      SizeCase{20, 40, 20, 40, true, true}));
+
+// ---- Templates and their score ----
+
+TEST(TemplateMark, CrossTemplateIsAPlusOfThirdsOnAFivePixelMargin) {
+  const cv::Mat templ = tm::DrawCrossTemplate(30, 21, MarkKind::kCross);
+  ASSERT_EQ(templ.size(), cv::Size(40, 31));
+  EXPECT_EQ(cv::countNonZero(templ), 30 * 7 + 10 * 21 - 10 * 7);
+  EXPECT_EQ(templ.at<uchar>(5 + 10, 5 + 10), 255);  // centre square
+  EXPECT_EQ(templ.at<uchar>(5 + 2, 5 + 2), 0);      // corner cell
+  EXPECT_EQ(templ.at<uchar>(5 + 10, 5), 255);       // left end of the horizontal bar
+  EXPECT_EQ(cv::countNonZero(templ.rowRange(0, 5)), 0);
+}
+
+TEST(TemplateMark, RectangleTemplateFillsTheNominalBox) {
+  const cv::Mat templ = tm::DrawRectangleTemplate(16, 8, MarkKind::kRectangle);
+  ASSERT_EQ(templ.size(), cv::Size(26, 18));
+  EXPECT_EQ(cv::countNonZero(templ), 16 * 8);
+  EXPECT_EQ(cv::countNonZero(templ(cv::Rect(5, 5, 16, 8))), 16 * 8);
+}
+
+TEST(TemplateMark, TemplateScoreIsZeroForAnImageSmallerThanTheTemplate) {
+  const cv::Mat templ = tm::DrawCrossTemplate(12, 12, MarkKind::kCross);
+  EXPECT_NEAR(tm::TemplateScore(templ, templ), 1.0, 1e-6);
+  EXPECT_EQ(tm::TemplateScore(templ.colRange(0, templ.cols - 1), templ), 0.0);
+  EXPECT_EQ(tm::TemplateScore(templ.rowRange(1, templ.rows), templ), 0.0);
+  cv::Mat shifted = cv::Mat::zeros(templ.rows + 6, templ.cols + 6, CV_8UC1);
+  templ.copyTo(shifted(cv::Rect(4, 2, templ.cols, templ.rows)));
+  EXPECT_NEAR(tm::TemplateScore(shifted, templ), 1.0, 1e-6);
+}
+
+// ---- FilterMarkPolygons ----
+
+PolygonList Contours(const cv::Mat& binary) {
+  PolygonList contours;
+  cv::findContours(binary.clone(), contours, cv::RETR_LIST, cv::CHAIN_APPROX_SIMPLE);
+  return contours;
+}
+
+TEST(TemplateMark, FilterAcceptsTheTwelveVertexOutlineOfAPlus) {
+  cv::Mat binary = cv::Mat::zeros(60, 60, CV_8UC1);
+  cv::rectangle(binary, cv::Rect(15, 25, 30, 10), cv::Scalar(255), -1);
+  cv::rectangle(binary, cv::Rect(25, 15, 10, 30), cv::Scalar(255), -1);
+  PolygonList contours = Contours(binary), raw;
+  tm::FilterMarkPolygons(binary, contours, 30, 30, MarkKind::kCross, raw);
+  ASSERT_EQ(raw.size(), 1u);
+  EXPECT_EQ(raw[0].size(), 12u);
+  EXPECT_EQ(cv::boundingRect(raw[0]), cv::Rect(15, 15, 30, 30));
+}
+
+TEST(TemplateMark, FilterAreaLimitsAreInclusive) {
+  // Triangles fail the shape test and so stay in the list exactly when the area test
+  // passed. Rectangle kind: A = 20 * 10 = 200, limits 100 and 400.
+  const cv::Mat binary = cv::Mat::zeros(50, 50, CV_8UC1);
+  PolygonList contours = {{{0, 0}, {20, 0}, {0, 10}},   // 100: kept
+                          {{0, 0}, {20, 0}, {0, 9}},    // 90: erased
+                          {{0, 0}, {40, 0}, {0, 20}},   // 400: kept
+                          {{0, 0}, {40, 0}, {0, 21}}};  // 420: erased
+  PolygonList raw;
+  tm::FilterMarkPolygons(binary, contours, 20, 10, MarkKind::kRectangle, raw);
+  EXPECT_TRUE(raw.empty());
+  ASSERT_EQ(contours.size(), 2u);
+  EXPECT_EQ(contours[0][2], cv::Point(0, 10));
+  EXPECT_EQ(contours[1][2], cv::Point(0, 20));
+}
+
+TEST(TemplateMark, FilterKeepsAConvexTwelveGonForTheFallbackButNeverAcceptsIt) {
+  const cv::Mat binary = cv::Mat::zeros(80, 80, CV_8UC1);
+  Polygon dodecagon;
+  for (int i = 0; i < 12; ++i) {
+    const double angle = i * CV_PI / 6;
+    dodecagon.emplace_back(40 + static_cast<int>(std::lround(18 * std::cos(angle))),
+                           40 + static_cast<int>(std::lround(18 * std::sin(angle))));
+  }
+  PolygonList contours = {dodecagon}, raw;
+  tm::FilterMarkPolygons(binary, contours, 30, 30, MarkKind::kCross, raw);
+  EXPECT_TRUE(raw.empty());
+  EXPECT_EQ(contours.size(), 1u);
+}
+
+TEST(TemplateMark, FilterAcceptsAnUprightRectangleAndErasesATiltedOne) {
+  const cv::Mat binary = cv::Mat::zeros(100, 100, CV_8UC1);
+  cv::Point2f corners[4];
+  cv::RotatedRect(cv::Point2f(50, 50), cv::Size2f(40, 24), 30).points(corners);
+  Polygon tilted;
+  for (const cv::Point2f& corner : corners) tilted.emplace_back(cv::Point(corner));
+  PolygonList contours = {Polygon{{30, 38}, {70, 38}, {70, 62}, {30, 62}}, tilted}, raw;
+  tm::FilterMarkPolygons(binary, contours, 40, 24, MarkKind::kRectangle, raw);
+  ASSERT_EQ(raw.size(), 1u);
+  EXPECT_EQ(cv::boundingRect(raw[0]), cv::Rect(30, 38, 41, 25));
+  ASSERT_EQ(contours.size(), 1u);
+  EXPECT_EQ(contours[0], raw[0]);
+}
+
+TEST(TemplateMark, FilterLeavesTheFirstCornerUnchecked) {
+  // Only the corner at vertex 0 is far from square (|cos| 0.32, about 71 degrees).
+  const cv::Mat binary = cv::Mat::zeros(100, 100, CV_8UC1);
+  PolygonList accepted = {Polygon{{23, 44}, {70, 40}, {70, 64}, {20, 56}}}, raw;
+  tm::FilterMarkPolygons(binary, accepted, 40, 24, MarkKind::kRectangle, raw);
+  EXPECT_EQ(raw.size(), 1u);
+  // The same outline started at another vertex puts the skewed corner under the test.
+  PolygonList rotated = {Polygon{{70, 40}, {70, 64}, {20, 56}, {23, 44}}};
+  raw.clear();
+  tm::FilterMarkPolygons(binary, rotated, 40, 24, MarkKind::kRectangle, raw);
+  EXPECT_TRUE(raw.empty());
+}
+
+// ---- MergeCandidates ----
+
+TEST(TemplateMark, MergeOfNothingFailsAndLeavesTheMergedListEmpty) {
+  PolygonList merged = {Square({5, 5}, 2)};
+  EXPECT_EQ(tm::MergeCandidates({}, merged), -1);
+  EXPECT_TRUE(merged.empty());
+}
+
+TEST(TemplateMark, MergeYieldsTheLargerOfTwoAndKeepsDistantMarksApart) {
+  const Polygon small = Square({50, 50}, 4), large = Square({50 + 19, 50}, 6);
+  PolygonList merged;
+  ASSERT_EQ(tm::MergeCandidates({small, large}, merged), 0);
+  EXPECT_EQ(merged, PolygonList{large});
+  ASSERT_EQ(tm::MergeCandidates({large, small}, merged), 0);
+  EXPECT_EQ(merged, PolygonList{large});
+  // 20 pixels apart with radii below 20: two groups, in order of acceptance.
+  const Polygon far = Square({70, 50}, 4);
+  ASSERT_EQ(tm::MergeCandidates({far, small}, merged), 0);
+  EXPECT_EQ(merged, (PolygonList{far, small}));
+  // 25 pixels apart, but the newcomer's enclosing circle (radius ~28) covers the distance.
+  const Polygon wide = Square({75, 50}, 20);
+  ASSERT_EQ(tm::MergeCandidates({small, wide}, merged), 0);
+  EXPECT_EQ(merged, PolygonList{wide});
+}
+
+TEST(TemplateMark, MergePlacesAnEqualRadiusAheadOfItsTwin) {
+  // Same outline, different starting vertex: equal circles. The newcomer goes ahead of the
+  // first one, so the middle of the pair is the first.
+  const Polygon first = Square({40, 40}, 5);
+  const Polygon twin = {first[1], first[2], first[3], first[0]};
+  PolygonList merged;
+  ASSERT_EQ(tm::MergeCandidates({first, twin}, merged), 0);
+  EXPECT_EQ(merged, PolygonList{first});
+}
+
+TEST(TemplateMark, MergeComparesWithTheMiddleMemberAndJoinsTheFirstGroupOnly) {
+  const Polygon a = Square({40, 40}, 3);   // group 1
+  const Polygon b = Square({55, 40}, 5);   // joins a; middle of [a, b] is b
+  const Polygon c = Square({74, 40}, 4);   // 19 from b (34 from a): joins group 1
+  const Polygon d = Square({100, 40}, 3);  // 26 from b: group 2
+  PolygonList merged;
+  ASSERT_EQ(tm::MergeCandidates({a, b, c, d}, merged), 0);
+  // Group 1 sorted by radius: a, c, b; its middle is c.
+  EXPECT_EQ(merged, (PolygonList{c, d}));
+  // e lies within 20 of the middles of both groups and joins the first.
+  const Polygon e = Square({88, 40}, 2);
+  ASSERT_EQ(tm::MergeCandidates({a, b, c, d, e}, merged), 0);
+  ASSERT_EQ(merged.size(), 2u);
+  EXPECT_EQ(merged[1], d);
+}
+
+// ---- RefineMarkBox on hand-made blocks ----
+
+struct RefineCase {
+  const char* name;
+  cv::Rect block;       // bright samples on black
+  float expectedW;      // the nominal width handed to the refinement
+  tm::MarkBox box;      // expected measurement
+};
+
+class RefineTest : public ::testing::TestWithParam<RefineCase> {};
+
+TEST_P(RefineTest, MeasuresTheBoxFromGradientProjections) {
+  const RefineCase& c = GetParam();
+  cv::Mat grey = cv::Mat::zeros(40, 60, CV_8UC1);
+  grey(c.block).setTo(200);
+  const Polygon outline = {c.block.tl(), {c.block.x + c.block.width - 1, c.block.y},
+                           c.block.br() - cv::Point(1, 1),
+                           {c.block.x, c.block.y + c.block.height - 1}};
+  tm::MarkBox box;
+  ASSERT_EQ(tm::RefineMarkBox(grey, outline, c.expectedW, 10, MarkKind::kRectangle, box), 0);
+  EXPECT_FLOAT_EQ(box.centreX, c.box.centreX);
+  EXPECT_FLOAT_EQ(box.centreY, c.box.centreY);
+  EXPECT_FLOAT_EQ(box.halfWidth, c.box.halfWidth);
+  EXPECT_FLOAT_EQ(box.halfHeight, c.box.halfHeight);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TemplateMark, RefineTest,
+    ::testing::Values(
+        // Hard edges tie between two profile entries; the first of each wins, so the box
+        // runs from one column before the block to its last column (11 wide).
+        RefineCase{"Centred", {20, 10, 10, 10}, 10, {24.5f, 14.5f, 5.5f, 5.5f}},
+        // Odd sides are measured the same way; the suppression window is half of the
+        // rounded-up half side.
+        RefineCase{"OddSides", {20, 10, 9, 9}, 10, {24.0f, 14.0f, 5.0f, 5.0f}},
+        // Region clipped at column 0, rising edge inside the 3-pixel guard: the left side
+        // is rebuilt from the right edge and the nominal width 16 (17 wide inclusive).
+        RefineCase{"LeftEdgeRebuilt", {1, 10, 10, 10}, 16, {2.5f, 14.5f, 8.5f, 5.5f}},
+        // Falling edge on the clipped region's last column: the right side is rebuilt.
+        RefineCase{"RightEdgeRebuilt", {50, 10, 10, 10}, 16, {57.5f, 14.5f, 8.5f, 5.5f}}),
+    [](const ::testing::TestParamInfo<RefineCase>& info) { return info.param.name; });
+
+TEST(TemplateMark, RefineRefusesEmptyInputAndZeroesADegenerateBox) {
+  cv::Mat grey(30, 30, CV_8UC1, cv::Scalar(90));
+  tm::MarkBox box{1, 2, 3, 4};
+  EXPECT_EQ(tm::RefineMarkBox(grey, {}, 10, 10, MarkKind::kCross, box), -1);
+  EXPECT_EQ(tm::RefineMarkBox(cv::Mat(), Square({5, 5}, 2), 10, 10, MarkKind::kCross, box), -1);
+  // A flat region has no edges; rebuilding from a negative nominal size inverts the box.
+  ASSERT_EQ(tm::RefineMarkBox(grey, Square({15, 15}, 4), -8, -8, MarkKind::kCross, box), 0);
+  EXPECT_EQ(box.centreX, 0.0f);
+  EXPECT_EQ(box.halfWidth, 0.0f);
+  EXPECT_EQ(box.halfHeight, 0.0f);
+}
+
+// ---- The operations on synthetic boards ----
+
+struct MarkCase {
+  cv::Point2d centre;  // in the [i, i + 1) convention of Board
+  double w, h;
+  int seed;
+};
+
+class CrossTest : public ::testing::TestWithParam<MarkCase> {};
+
+TEST_P(CrossTest, FindsCentreAndSizeOfAPlusSign) {
+  const MarkCase& c = GetParam();
+  Board board({120, 100});
+  board.Plus(c.centre, c.w, c.h);
+  const Result r = Locate(MarkKind::kCross, board.Render(c.seed), c.w / 2, c.h / 2);
+  ASSERT_EQ(r.status, 0);
+  EXPECT_NEAR(r.values[0], c.centre.x, 1.0);
+  EXPECT_NEAR(r.values[1], c.centre.y, 1.0);
+  // The central square measures one pixel wide (inclusive edge count); tripled, 1.5.
+  EXPECT_NEAR(r.values[2], c.w / 2, 1.5);
+  EXPECT_NEAR(r.values[3], c.h / 2, 1.5);
+}
+
+INSTANTIATE_TEST_SUITE_P(TemplateMark, CrossTest,
+                         ::testing::Values(MarkCase{{60.5, 50.5}, 30, 30, 1},
+                                           MarkCase{{47.25, 38.75}, 30, 36, 2},
+                                           MarkCase{{80.75, 60.5}, 42, 30, 3},
+                                           MarkCase{{33.5, 45.25}, 24, 24, 4},
+                                           // Touching the left edge: the bar starts at 1.
+                                           MarkCase{{16.5, 50.5}, 30, 30, 5},
+                                           MarkCase{{13.5, 30.5}, 24, 24, 6}));
+
+class RectangleTest : public ::testing::TestWithParam<MarkCase> {};
+
+TEST_P(RectangleTest, FindsCentreAndSizeOfARectangle) {
+  const MarkCase& c = GetParam();
+  Board board({120, 100});
+  board.Rectangle(c.centre, c.w, c.h);
+  const Result r = Locate(MarkKind::kRectangle, board.Render(c.seed), c.w / 2, c.h / 2);
+  ASSERT_EQ(r.status, 0);
+  EXPECT_NEAR(r.values[0], c.centre.x, 1.0);
+  EXPECT_NEAR(r.values[1], c.centre.y, 1.0);
+  EXPECT_NEAR(r.values[2], c.w / 2, 1.5);
+  EXPECT_NEAR(r.values[3], c.h / 2, 1.5);
+}
+
+INSTANTIATE_TEST_SUITE_P(TemplateMark, RectangleTest,
+                         ::testing::Values(MarkCase{{60, 50}, 40, 24, 1},
+                                           MarkCase{{55.5, 47.5}, 30, 30, 2},
+                                           MarkCase{{70.25, 40.75}, 24, 40, 3},
+                                           MarkCase{{44, 61}, 50, 20, 4},
+                                           // Touching the left edge: the rectangle starts
+                                           // at columns 1 and 2.
+                                           MarkCase{{21, 50}, 40, 24, 5},
+                                           MarkCase{{14.5, 30}, 25, 20, 6}));
+
+TEST(TemplateMark, TiltedRectangleIsRejected) {
+  // At 60 degrees the outline still passes the size test, so the orientation test is what
+  // rejects it. (Nearer the axes the template fallback, which has no orientation test,
+  // can accept the contours the polygon test left.)
+  Board board({120, 100});
+  board.RotatedRectangle({60, 50}, 40, 24, 60);
+  const Result r = Locate(MarkKind::kRectangle, board.Render(7), 20, 12);
+  EXPECT_EQ(r.status, 0);
+  for (float v : r.values) EXPECT_EQ(v, 0.0f);
+}
+
+TEST(TemplateMark, OfTwoCrossesTheFirstGroupFormedIsReported) {
+  Board board({160, 80});
+  const cv::Point2d left(40.5, 40.5), right(120.5, 40.5);
+  board.Plus(left, 30, 30);
+  board.Plus(right, 30, 30);
+  const cv::Mat plane = board.Render(11);
+  PolygonList merged, raw;
+  ASSERT_EQ(tm::FindMarkCandidates(plane, 30, 30, MarkKind::kCross, merged, raw), 0);
+  ASSERT_EQ(merged.size(), 2u);
+  ASSERT_FALSE(raw.empty());
+  cv::Point2f first;
+  float radius = 0;
+  cv::minEnclosingCircle(raw.front(), first, radius);
+  const cv::Point2d expected = first.x < 80 ? left : right;
+  const Result r = Locate(MarkKind::kCross, plane, 15, 15);
+  EXPECT_NEAR(r.values[0], expected.x, 1.0);
+  EXPECT_NEAR(r.values[1], expected.y, 1.0);
+}
+
+TEST(TemplateMark, OfTwoRectanglesTheFirstGroupFormedIsReported) {
+  Board board({160, 80});
+  const cv::Point2d left(40, 40), right(120, 40);
+  board.Rectangle(left, 40, 24);
+  board.Rectangle(right, 40, 24);
+  const cv::Mat plane = board.Render(12);
+  PolygonList merged, raw;
+  ASSERT_EQ(tm::FindMarkCandidates(plane, 40, 24, MarkKind::kRectangle, merged, raw), 0);
+  ASSERT_EQ(merged.size(), 2u);
+  cv::Point2f first;
+  float radius = 0;
+  cv::minEnclosingCircle(raw.front(), first, radius);
+  const cv::Point2d expected = first.x < 80 ? left : right;
+  const Result r = Locate(MarkKind::kRectangle, plane, 20, 12);
+  EXPECT_NEAR(r.values[0], expected.x, 1.0);
+  EXPECT_NEAR(r.values[1], expected.y, 1.0);
+}
+
+cv::Mat BrightNoise(cv::Size size, int seed) {
+  cv::Mat plane(size, CV_8UC1);
+  cv::RNG rng(seed);
+  rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
+  return plane;
+}
+
+TEST(TemplateMark, BrightNoiseHasNoCrossAndLeavesTheCallersSizes) {
+  const cv::Mat plane = BrightNoise({120, 100}, 21);
+  PolygonList merged, raw;
+  ASSERT_EQ(tm::FindMarkCandidates(plane, 30, 30, MarkKind::kCross, merged, raw), 0);
+  EXPECT_TRUE(merged.empty());
+  const Result r = Locate(MarkKind::kCross, plane, 15, 15);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.values[0], 0.0f);
+  EXPECT_EQ(r.values[1], 0.0f);
+  EXPECT_EQ(r.values[2], -1.0f);
+  EXPECT_EQ(r.values[3], -1.0f);
+}
+
+TEST(TemplateMark, BrightNoiseHasNoRectangleAndZeroesEveryResult) {
+  const Result r = Locate(MarkKind::kRectangle, BrightNoise({120, 100}, 22), 20, 12);
+  EXPECT_EQ(r.status, 0);
+  for (float v : r.values) EXPECT_EQ(v, 0.0f);
+}
+
+// ---- Refused and unusable input ----
+
+class BadInputTest : public ::testing::TestWithParam<MarkKind> {};
+
+TEST_P(BadInputTest, NullPlaneOrZeroAreaIsRefusedWithoutTouchingTheSwitch) {
+  const MarkKind kind = GetParam();
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  tm::SetDebugSwitch(kind, 7);
+  std::vector<unsigned char> plane(100, 50);
+  const float paras[][5] = {{10, 10, 3, 3, 1}, {0, 10, 3, 3, 1}, {10, 0, 3, 3, 1},
+                            {0.9f, 10, 3, 3, 1}, {-10, -10, 3, 3, 1}};
+  for (int i = 0; i < 5; ++i) {
+    float para[5];
+    std::copy(paras[i], paras[i] + 5, para);
+    float result[4] = {5, 5, 5, 5};
+    unsigned char* data = i == 0 ? nullptr : plane.data();
+    const int status = kind == MarkKind::kCross ? tm::LocateCrossMark(data, para, result)
+                                                : tm::LocateRectangleMark(data, para, result);
+    EXPECT_EQ(status, -1) << i;
+    for (float v : result) EXPECT_EQ(v, 0.0f) << i;
+  }
+  EXPECT_EQ(tm::DebugSwitch(kind), 7);
+  EXPECT_TRUE(sink.Empty());
+}
+
+TEST_P(BadInputTest, UnusableNominalSizesFindNothingAndDoNotThrow) {
+  const MarkKind kind = GetParam();
+  Board board({60, 50});
+  board.Rectangle({30, 25}, 20, 12);
+  const cv::Mat plane = board.Render(3);
+  const float sizes[][2] = {{0, 6}, {10, -6}, {-1e9f, -1e9f}, {31, 6}, {10, 26},
+                            {1e30f, 1e30f}, {NAN, 6}, {0.2f, 0.2f}};
+  for (const auto& size : sizes) {
+    Result r{};
+    ASSERT_NO_THROW(r = Locate(kind, plane, size[0], size[1], 0, 0.0f));
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.values[0], 0.0f);
+    EXPECT_EQ(r.values[1], 0.0f);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(TemplateMark, BadInputTest,
+                         ::testing::Values(MarkKind::kCross, MarkKind::kRectangle));
+
+TEST(TemplateMark, FractionalPlaneSizeIsTruncated) {
+  Board board({120, 100});
+  board.Rectangle({60, 50}, 40, 24);
+  const cv::Mat plane = board.Render(5);
+  float para[5] = {120.9f, 100.7f, 20, 12, 0};
+  float fractional[4] = {}, whole[4] = {};
+  ASSERT_EQ(tm::LocateRectangleMark(plane.data, para, fractional), 0);
+  para[0] = 120;
+  para[1] = 100;
+  ASSERT_EQ(tm::LocateRectangleMark(plane.data, para, whole), 0);
+  EXPECT_NEAR(fractional[0], 60, 1.0);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(fractional[i], whole[i]);
+}
+
+// ---- Debug switch values ----
+
+int CountOf(const std::vector<std::string>& names, const std::string& name) {
+  return static_cast<int>(std::count(names.begin(), names.end(), name));
+}
+
+int CloseAllCount(const RecordingSink& sink) {
+  int count = 0;
+  for (const auto& event : sink.Events()) count += event.kind == RecordingSink::Kind::kCloseAll;
+  return count;
+}
+
+TEST(TemplateMark, DebugOneClosesAndShowsTheSourceOtherValuesDoNot) {
+  Board board({120, 100});
+  board.Plus({60.5, 50.5}, 30, 30);
+  const cv::Mat plane = board.Render(31);
+  for (float debug : {1.0f, 2.0f, -1.0f, 0.0f}) {
+    RecordingSink sink;
+    ScopedSink scope(&sink);
+    const Result r = Locate(MarkKind::kCross, plane, 15, 15, debug);
+    ASSERT_EQ(r.status, 0);
+    EXPECT_EQ(tm::DebugSwitch(MarkKind::kCross), static_cast<int>(debug));
+    const std::vector<std::string> titles = sink.Titles();
+    if (debug == 0.0f) {
+      EXPECT_TRUE(sink.Empty());
+      continue;
+    }
+    const bool one = debug == 1.0f;
+    EXPECT_EQ(CountOf(titles, "原图"), one ? 1 : 0) << debug;
+    EXPECT_EQ(CloseAllCount(sink), one ? 1 : 0) << debug;
+    if (one) {
+      EXPECT_EQ(titles.front(), "原图");
+    }
+    for (const char* title : {"auto threshold", "approxPolyDP", "矩形合并结果", "多矩形检测结果",
+                              "ROI.jpg", "梯度调整矩形"}) {
+      EXPECT_GE(CountOf(titles, title), 1) << title << " at " << debug;
+    }
+    EXPECT_EQ(sink.Files(), std::vector<std::string>{"ROI.jpg"});
+    for (const auto& event : sink.Events()) {
+      if (event.kind == RecordingSink::Kind::kWait) {
+        EXPECT_EQ(event.milliseconds, 100);
+      }
+    }
+  }
+}
+
+TEST(TemplateMark, RectangleDebugRunsAllElevenLevelsAndHasItsOwnSwitch) {
+  Board board({120, 100});
+  board.Rectangle({60, 50}, 40, 24);
+  const cv::Mat plane = board.Render(32);
+  tm::SetDebugSwitch(MarkKind::kCross, 0);
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  const Result r = Locate(MarkKind::kRectangle, plane, 20, 12, 3);
+  ASSERT_EQ(r.status, 0);
+  EXPECT_EQ(tm::DebugSwitch(MarkKind::kRectangle), 3);
+  EXPECT_EQ(tm::DebugSwitch(MarkKind::kCross), 0);
+  EXPECT_EQ(CountOf(sink.Titles(), "auto threshold"), 11);
+  EXPECT_EQ(CountOf(sink.Titles(), "原图"), 0);
+}
+
+TEST(TemplateMark, CrossStopsEarlyOnAClearMark) {
+  Board board({120, 100});
+  board.Plus({60.5, 50.5}, 30, 30);
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  Locate(MarkKind::kCross, board.Render(33), 15, 15, 2);
+  EXPECT_LT(CountOf(sink.Titles(), "auto threshold"), 7);
+}
+
+TEST(TemplateMark, TemplateFallbackShowsAndWritesItsTemplate) {
+  // A notch in one arm gives the outline more than twelve vertices, but the plus still
+  // correlates with the drawn one.
+  Board board({120, 100});
+  board.Plus({60.5, 50.5}, 30, 30);
+  cv::Mat plane = board.Render(41, 4.0);
+  plane(cv::Rect(71, 48, 5, 4)).setTo(40);
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  const Result r = Locate(MarkKind::kCross, plane, 15, 15, 2);
+  ASSERT_EQ(r.status, 0);
+  EXPECT_GE(CountOf(sink.Files(), "CrossTemplate.jpg"), 1);
+  EXPECT_GE(CountOf(sink.Titles(), "CrossTemplate"), 1);
+  EXPECT_NEAR(r.values[0], 60.5, 1.0);
+  EXPECT_NEAR(r.values[1], 50.5, 1.0);
+}
+
+}  // namespace
