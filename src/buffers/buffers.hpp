@@ -1,9 +1,19 @@
 // Buffer and file utilities: the operations of slots 24, 25, 28 to 33 and 35.
-// Each function here is the adapter of one operation: it takes the host's raw arguments.
+//
+// The first block holds the adapters, one per operation, taking the host's raw arguments.
+// The second block is the typed core beneath them; it never reads a para array.
 #ifndef IMGTARN_BUFFERS_BUFFERS_HPP
 #define IMGTARN_BUFFERS_BUFFERS_HPP
 
+#include <vector>
+
+#include <opencv2/core.hpp>
+
+#include "buffers/buffer_params.hpp"
+
 namespace imgtarn::buffers {
+
+// ---- Adapters -------------------------------------------------------------------------------
 
 int LoadImagePlanes(unsigned char* path, unsigned char** channel2, unsigned char** channel1,
                     unsigned char** channel0, float* para);
@@ -21,6 +31,50 @@ int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3, unsign
 int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int notRead,
                                  float* coefficients, int* a5);
 int CountingSortValues(int* values, float* para, int* permutation);
+
+// ---- Core -----------------------------------------------------------------------------------
+
+// Black holes. The box is half-open: rows [rowStart, rowEnd), columns [colStart, colEnd).
+struct FillBox {
+  int rowStart, rowEnd, colStart, colEnd;
+};
+// The sampled scan for pixels within 5 of the reference colour in every channel.
+FillBox FindReferenceBox(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
+                         const unsigned char colour[3]);
+// Scan plus parallel painting, in place on the three 8-bit planes.
+void FillBlackHolesInPlace(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
+                           const FillBlackHolesParams& params);
+
+// dst[i] = low byte of trunc(src[i] * gains[i] + offsets[i]), in single precision.
+void ApplyGainOffsetLiteral(const unsigned char* src, const float* offsets, const float* gains,
+                            int count, unsigned char* dst);
+// The most frequent level among 5..249 (lowest level wins a tie; 0 when none occurs).
+unsigned char DominantLevel(const cv::Mat& plane);
+
+// The exchange sort of the float median: n full passes with the arithmetic swap, whose
+// rounding is part of the result.
+void ExchangeSortLiteral(std::vector<float>& values);
+// Median of collected window samples (sorted in place); lower when none was collected.
+float MedianOfCollected(std::vector<float>& values, EvenRule rule, float lower);
+// Reference median filter: reads `source` (CV_32F) and writes every sample of `result`.
+void MedianFilterLiteral(const cv::Mat& source, cv::Mat& result, const MedianParams& params);
+
+// Flat-field calibration on a stack of 6n images of W x H bytes; writes 6 * W * H floats
+// (offsets then gains). The window must be odd.
+void ComputeFlatField(const unsigned char* stack, const FlatFieldParams& params,
+                      float* coefficients);
+// Mean of an image's samples in single precision.
+float SampleMean(const cv::Mat& image);
+// Reference local filter of one calibration image: CV_8U in, CV_32F `filtered` of the same
+// size written in full.
+void FlatFieldFilterLiteral(const cv::Mat& image, float mean, const FlatFieldParams& params,
+                            cv::Mat& filtered);
+// Mean of a filtered image through the truncating single-precision accumulator.
+float SecondMean(const cv::Mat& filtered);
+
+// Counting sort in place; writes the stable permutation when `permutation` is not null.
+// Returns the number of entries written to values (at least K, or all when K is 0).
+int CountingSort(int* values, int* permutation, const CountingSortParams& params);
 
 }  // namespace imgtarn::buffers
 
