@@ -1,16 +1,161 @@
-// CAD overlay and pad analysis: the operations of slots 20, 26 and 27.
+// CAD overlay and pad analysis: the operations of slots 20, 26 and 27, and the mask toolkit
+// beneath them (centroids, boxes, 3 x 3 growth, spill weights, band splitting, blob buffers).
 #ifndef IMGTARN_CAD_OVERLAY_CAD_OVERLAY_HPP
 #define IMGTARN_CAD_OVERLAY_CAD_OVERLAY_HPP
 
+#include <opencv2/core.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace imgtarn::cad_overlay {
 
+// ---- Adapters (raw arguments from the interface layer) ----
+
 // Receives the CAD pad first: slot 20 swaps its first two arguments.
-int FollowCadOverlay(unsigned char* cadPad, unsigned char* boundaryMask,
-                     unsigned char* measuredPad, float* para, float* score);
-int MatchPadTemplates(unsigned char* plane, float* para, float* scores,
-                      unsigned char* blobPixels, int* blobRects);
+int FollowCadOverlay(unsigned char* cadPad, unsigned char* boundaryMask, unsigned char* measuredPad,
+                     float* para, float* score);
+int MatchPadTemplates(unsigned char* plane, float* para, float* scores, unsigned char* blobPixels,
+                      int* blobRects);
 int SplitPadBlobs(unsigned char* plane, float* para, float* gridShape, unsigned char* blobPixels,
                   int* blobRects);
+
+// ---- Typed parameters ----
+
+// para of slot 20: [0] width, [1] height (both rounded), [2] debug (|value| > 0.00001).
+struct OverlayParams {
+  int width = 0;
+  int height = 0;
+  bool debug = false;
+};
+OverlayParams OverlayParamsFromPara(const float* para);
+
+// para of slot 27: [0] width, [1] height, [2] polarity, [3] debug, [4] grid rows,
+// [5] grid columns. A grid counts as given only when both values are positive.
+struct SplitParams {
+  int width = 0;
+  int height = 0;
+  bool brightPads = false;
+  bool debug = false;
+  int gridRows = 0;  // 0 when no grid is given
+  int gridCols = 0;
+  bool GridGiven() const { return gridRows > 0 && gridCols > 0; }
+};
+SplitParams SplitParamsFromPara(const float* para);
+
+// para of slot 26: [0] width, [1] height, [2] polarity, [3] debug, [6] template count.
+struct MatchParams {
+  int width = 0;
+  int height = 0;
+  bool brightPads = false;
+  bool debug = false;
+  int templateCount = 0;
+};
+MatchParams MatchParamsFromPara(const float* para);
+
+// ---- Mask geometry (any non-zero byte is a set pixel) ----
+
+// Mean column and row of the set pixels by integer division; nothing without a set pixel.
+std::optional<cv::Point> PixelCentroid(const cv::Mat& mask);
+// Smallest rectangle holding every set pixel. An empty matrix gives (0, 0, 0, 0); a matrix
+// without a set pixel gives (cols, rows, 1 - cols, 1 - rows).
+cv::Rect PixelBoundingBox(const cv::Mat& mask);
+cv::Rect ClampRectToImage(cv::Rect rect, int cols, int rows);
+// The one of the width and height ratios cad / measured that lies nearer to 1 (tie: height).
+float NearestUnitScale(const cv::Rect& measured, const cv::Rect& cad);
+cv::Mat Dilate3x3(const cv::Mat& mask);
+// Sets `image` to zero and copies `part` into it with its top-left corner at `topLeft`; the
+// parts that fall outside the image are cut off.
+void PlaceAlone(const cv::Mat& part, cv::Point topLeft, cv::Mat& image);
+// `size` scaled by `scale` with truncation, at least 1 x 1 so a resize stays defined.
+cv::Size ScaledSize(cv::Size size, float scale);
+
+// ---- CAD overlay following ----
+
+struct Alignment {
+  float scaleRatio = 1.0f;
+  float offsetRatioX = 1.0f;
+  float offsetRatioY = 1.0f;
+};
+// Pass 0 measures the offsets only; pass 1 also rescales the measured blob to the CAD box and
+// moves it onto the CAD centroid (rewriting `measured`). Fails on an empty matrix or mask.
+bool FollowToCad(cv::Mat& measured, const cv::Mat& cad, int pass, Alignment* alignment);
+
+// The reference ring-growth construction of the spill weights: rings grow from the CAD pad by
+// 3 x 3 steps up to the boundary and weigh from 255 / rings next to the pad to 255.
+cv::Mat BuildSpillWeightMap(const cv::Mat& cad, const cv::Mat& boundary);
+// The number of 3 x 3 growth steps from `cad` that change the grown mask and stay clear of
+// `outside` (the ring count of BuildSpillWeightMap).
+int CountInsideGrowthSteps(const cv::Mat& cad, const cv::Mat& outside);
+
+// Covered share of the CAD pad minus the weighted spill into `difference`; -1 on empty input.
+double CoverageScore(const cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary,
+                     const cv::Mat& difference, bool debug);
+// The coverage score divided by the three ratio penalties of the pass, never below 0.
+double PenalisedScore(double raw, const Alignment& alignment, int pass);
+// Aligns (pass 1 rewrites `measured`) and scores one pass; 0 when the alignment fails.
+double ScoreAlignment(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, int pass,
+                      bool debug);
+// Both passes over the host's planes; `measured` is the operation's own copy.
+float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug);
+
+// ---- Pad blob splitting ----
+
+struct BinarizedPads {
+  cv::Mat region;  // Otsu binarisation of the smoothed image
+  cv::Mat edges;   // Otsu binarisation of the smoothed gradient magnitude
+};
+BinarizedPads BinarizePads(const cv::Mat& image, bool brightPads, bool debug);
+// Box blur 3 x 3 and Otsu with the polarity: the binarisation of the projection method.
+cv::Mat BinarizeForProjection(const cv::Mat& image, bool brightPads);
+
+// The blobs of one split and what goes into the blob buffers.
+struct BlobSplit {
+  std::vector<cv::Mat> blobs;      // views into the split's own images
+  std::vector<cv::Point> origins;  // x, y entries of blobRects, index i -> entries 4i, 4i+1
+  int gridRows = 0;
+  int gridCols = 0;
+};
+
+std::vector<std::vector<cv::Point>> KeepDominantContours(
+    std::vector<std::vector<cv::Point>> contours);
+std::optional<BlobSplit> ContourSplit(const cv::Mat& image, const SplitParams& params);
+
+enum class Axis { kColumns, kRows };
+// Number of pixels equal to 255 in each column (kColumns) or each row (kRows).
+std::vector<int> FullPixelProfile(const cv::Mat& binary, Axis axis);
+struct Band {
+  int start = 0;
+  int length = 0;  // index of the closing zero entry minus start
+  long long mass = 0;
+  int End() const { return start + length; }
+};
+// Closed runs of non-zero entries; a run still open at the end of the profile is left out.
+std::vector<Band> CollectBands(const std::vector<int>& profile);
+// The band of greatest mass (equal masses: the first).
+std::optional<Band> FindStrongestBand(const std::vector<int>& profile);
+// From bands sorted by mass (greatest first): the first `expected` ones, or with expected 0
+// the leading run of alike masses, after which `expected` holds the number kept.
+std::vector<Band> ChooseBands(const std::vector<Band>& byMass, int& expected);
+// Splits a band crop along `axis` into blobs (each one line longer than its band) and appends
+// each blob's first line to `positions`. Fails when the crop holds no closed band.
+bool SplitBand(const cv::Mat& crop, Axis axis, bool brightPads, bool debug, int& expected,
+               std::vector<int>& positions, std::vector<cv::Mat>& blobs);
+std::optional<BlobSplit> ProjectionSplit(const cv::Mat& image, const SplitParams& params);
+
+// Contour method first, projection method when it finds no contour at all.
+std::optional<BlobSplit> SplitPads(const cv::Mat& image, const SplitParams& params);
+// Appends each blob's pixels to `blobPixels` and writes widths and heights to `blobRects`
+// (either may be null).
+void WriteBlobs(const std::vector<cv::Mat>& blobs, unsigned char* blobPixels, int* blobRects);
+
+// ---- Pad template matching ----
+
+std::vector<cv::Mat> LoadTemplates(const unsigned char* blobPixels, const int* blobRects, int count,
+                                   bool debug);
+float MatchOneTemplate(const cv::Mat& scene, const cv::Mat& templ);
+double ShapeAgreement(cv::Mat patch, const cv::Mat& templ);
+void FollowPatch(cv::Mat& patch, const cv::Mat& templ);
 
 }  // namespace imgtarn::cad_overlay
 

@@ -1,0 +1,38 @@
+// Slot 20: how well a measured pad blob covers its CAD pad inside a boundary mask.
+#include <cmath>
+#include <vector>
+
+#include "cad_overlay/cad_overlay.hpp"
+#include "common/debug_view.hpp"
+#include "common/para.hpp"
+#include "common/plane.hpp"
+
+namespace imgtarn::cad_overlay {
+
+OverlayParams OverlayParamsFromPara(const float* para) {
+  OverlayParams params;
+  // Sizes are rounded here, unlike elsewhere: hosts pass them as computed floats.
+  params.width = TruncToInt(static_cast<double>(para[0]) + 0.5);
+  params.height = TruncToInt(static_cast<double>(para[1]) + 0.5);
+  params.debug = std::fabs(para[2]) > 0.00001f;
+  return params;
+}
+
+int FollowCadOverlay(unsigned char* cadPad, unsigned char* boundaryMask, unsigned char* measuredPad,
+                     float* para, float* score) {
+  if (cadPad == nullptr || boundaryMask == nullptr || measuredPad == nullptr) return -1;
+  const OverlayParams params = OverlayParamsFromPara(para);
+  *score = 0.0f;
+  if (params.width <= 0 || params.height <= 0) return -1;
+  if (params.debug) debug_view::CloseAll();
+
+  // The operation works on its own copy of the measured pad: the second pass moves it.
+  const cv::Mat measuredPlane = WrapPlane(measuredPad, params.width, params.height);
+  cv::Mat measured = measuredPlane.clone();
+  const cv::Mat cad = WrapPlane(cadPad, params.width, params.height);
+  const cv::Mat boundary = WrapPlane(boundaryMask, params.width, params.height);
+  *score = BestOverlayScore(measured, cad, boundary, params.debug);
+  return 0;
+}
+
+}  // namespace imgtarn::cad_overlay

@@ -1,0 +1,69 @@
+// Laying the measured pad blob over the CAD pad: offset ratios from the centroids, and on the
+// second pass a rescale to the CAD box and a move onto the CAD centroid.
+#include <opencv2/imgproc.hpp>
+
+#include "cad_overlay/cad_overlay.hpp"
+
+namespace imgtarn::cad_overlay {
+namespace {
+
+// Offsets of the centroids relative to half the CAD box: 1 when they coincide, 0 when the
+// measured centroid sits on the edge of the CAD box.
+Alignment OffsetRatios(cv::Point measuredCentre, cv::Point cadCentre, const cv::Rect& cadBox) {
+  const int dx = cadCentre.x - measuredCentre.x;
+  const int dy = cadCentre.y - measuredCentre.y;
+  Alignment alignment;
+  alignment.offsetRatioX = 1.0f - static_cast<float>(2 * dx) / static_cast<float>(cadBox.width);
+  alignment.offsetRatioY = 1.0f - static_cast<float>(2 * dy) / static_cast<float>(cadBox.height);
+  return alignment;
+}
+
+// Moves a box that reaches the right or bottom edge back inside, one line short of it.
+cv::Rect PullBackFromFarEdges(cv::Rect box, int cols, int rows) {
+  if (box.x + box.width >= cols) box.x = box.x + (cols - (box.x + box.width)) - 1;
+  if (box.y + box.height >= rows) box.y = box.y + (rows - (box.y + box.height)) - 1;
+  return box;
+}
+
+// Places `part` at the measured blob's box shifted so that its centroid meets the CAD one.
+void MoveOntoCadCentroid(const cv::Mat& part, const cv::Mat& cad, cv::Mat& measured) {
+  const std::optional<cv::Point> measuredCentre = PixelCentroid(measured);
+  const std::optional<cv::Point> cadCentre = PixelCentroid(cad);
+  if (!measuredCentre || !cadCentre) return;  // nothing survived the rescale
+  cv::Rect box = PixelBoundingBox(measured);
+  box.x += cadCentre->x - measuredCentre->x;
+  box.y += cadCentre->y - measuredCentre->y;
+  box = ClampRectToImage(box, measured.cols, measured.rows);
+  PlaceAlone(part, box.tl(), measured);
+}
+
+}  // namespace
+
+bool FollowToCad(cv::Mat& measured, const cv::Mat& cad, int pass, Alignment* alignment) {
+  if (measured.empty() || cad.empty()) return false;
+  // An empty mask has no centroid: the pass cannot be aligned and scores 0.
+  const std::optional<cv::Point> measuredCentre = PixelCentroid(measured);
+  const std::optional<cv::Point> cadCentre = PixelCentroid(cad);
+  if (!measuredCentre || !cadCentre) return false;
+  cv::Rect box = PixelBoundingBox(measured);
+  const cv::Rect cadBox = PixelBoundingBox(cad);
+  *alignment = OffsetRatios(*measuredCentre, *cadCentre, cadBox);
+  if (pass == 0) return true;
+
+  const float scale = NearestUnitScale(box, cadBox);
+  alignment->scaleRatio = scale;
+  cv::Mat part;
+  const cv::Size size = ScaledSize(box.size(), scale);
+  cv::resize(measured(box), part, size, 0, 0, cv::INTER_LINEAR);
+  box = PullBackFromFarEdges(cv::Rect(box.tl(), size), measured.cols, measured.rows);
+  if (box.x < 0 || box.y < 0) return false;  // the rescaled blob is as wide as the image
+  box = ClampRectToImage(box, measured.cols, measured.rows);
+
+  cv::Mat working = cv::Mat::zeros(measured.size(), measured.type());
+  PlaceAlone(part, box.tl(), working);
+  working.copyTo(measured);
+  MoveOntoCadCentroid(part, cad, measured);
+  return true;
+}
+
+}  // namespace imgtarn::cad_overlay

@@ -1,0 +1,578 @@
+#include "cad_overlay/cad_overlay.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
+
+#include "common/debug_view.hpp"
+
+namespace {
+
+namespace co = imgtarn::cad_overlay;
+using imgtarn::debug_view::RecordingSink;
+using imgtarn::debug_view::ScopedSink;
+
+cv::Mat Mask(cv::Size size, const std::vector<cv::Rect>& rects, int value = 255) {
+  cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
+  for (const cv::Rect& r : rects) mask(r).setTo(value);
+  return mask;
+}
+
+// A dark board with bright pads: what the splitter sees.
+cv::Mat PadField(cv::Size size, const std::vector<cv::Rect>& pads) {
+  cv::Mat image(size, CV_8UC1, cv::Scalar(30));
+  for (const cv::Rect& r : pads) image(r).setTo(220);
+  return image;
+}
+
+std::vector<cv::Rect> Boxes(const co::BlobSplit& split) {
+  std::vector<cv::Rect> boxes;
+  for (std::size_t i = 0; i < split.blobs.size(); ++i)
+    boxes.emplace_back(split.origins[i], split.blobs[i].size());
+  return boxes;
+}
+
+// ---- Mask geometry ----
+
+TEST(MaskGeometry, CentroidDividesSumsByCountAndIsAbsentWithoutPixels) {
+  cv::Mat mask = cv::Mat::zeros(5, 6, CV_8UC1);
+  EXPECT_FALSE(co::PixelCentroid(mask));
+  mask.at<unsigned char>(1, 0) = 1;
+  mask.at<unsigned char>(4, 3) = 200;
+  EXPECT_EQ(*co::PixelCentroid(mask), cv::Point(1, 2));  // 3 / 2 and 5 / 2, truncated
+}
+
+TEST(MaskGeometry, BoundingBoxOfPixelsAndItsTwoDegenerateForms) {
+  EXPECT_EQ(co::PixelBoundingBox(cv::Mat()), cv::Rect(0, 0, 0, 0));
+  cv::Mat mask = cv::Mat::zeros(4, 5, CV_8UC1);
+  EXPECT_EQ(co::PixelBoundingBox(mask), cv::Rect(5, 4, -4, -3));
+  mask.at<unsigned char>(1, 3) = 9;
+  mask.at<unsigned char>(2, 1) = 9;
+  EXPECT_EQ(co::PixelBoundingBox(mask), cv::Rect(1, 1, 3, 2));
+}
+
+struct ClampCase {
+  cv::Rect in, out;
+};
+class ClampRect : public ::testing::TestWithParam<ClampCase> {};
+TEST_P(ClampRect, PullsTheRectInsideTenByEight) {
+  EXPECT_EQ(co::ClampRectToImage(GetParam().in, 10, 8), GetParam().out);
+}
+INSTANTIATE_TEST_SUITE_P(Cases, ClampRect,
+                         ::testing::Values(ClampCase{{2, 3, 4, 4}, {2, 3, 4, 4}},
+                                           ClampCase{{-3, -1, 4, 4}, {0, 0, 4, 4}},
+                                           ClampCase{{8, 6, 4, 4}, {6, 4, 4, 4}},
+                                           ClampCase{{3, 2, 14, 12}, {0, 0, 10, 8}}));
+
+TEST(MaskGeometry, NearestUnitScaleTakesTheRatioNearerOneAndHeightOnATie) {
+  EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 11, 20}), 1.1f);
+  EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 30, 8}), 0.8f);
+  EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 12, 8}), 0.8f);  // tie
+}
+
+TEST(MaskGeometry, PlaceAloneClearsAndCutsAtTheBorder) {
+  cv::Mat image(4, 4, CV_8UC1, cv::Scalar(7));
+  co::PlaceAlone(cv::Mat(3, 3, CV_8UC1, cv::Scalar(255)), {2, -1}, image);
+  EXPECT_EQ(cv::countNonZero(image), 4);
+  EXPECT_EQ(image.at<unsigned char>(1, 3), 255);
+  EXPECT_EQ(image.at<unsigned char>(2, 2), 0);
+}
+
+// ---- Spill weights ----
+
+// A 60 x 60 plane, the pad at 20..39 and the boundary at 10..49 in both directions.
+const cv::Size kPlane(60, 60);
+const cv::Rect kPad(20, 20, 20, 20);
+const cv::Rect kInside(10, 10, 40, 40);
+
+TEST(SpillWeightMap, RingsRiseTowardsTheBoundary) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat weights = co::BuildSpillWeightMap(cad, Mask(kPlane, {kInside}));
+  // The 11th growth step reaches column 9, outside the boundary: ten rings.
+  for (int ring = 1; ring <= 10; ++ring)
+    EXPECT_EQ(weights.at<unsigned char>(30, 39 + ring), ring * 255 / 10) << ring;
+  EXPECT_EQ(weights.at<unsigned char>(30, 50), 0);
+  EXPECT_EQ(weights.at<unsigned char>(30, 30), 255);
+}
+
+TEST(SpillWeightMap, NoRingsWhenTheFirstStepTouchesTheMargin) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat weights = co::BuildSpillWeightMap(cad, Mask(kPlane, {cv::Rect(20, 20, 21, 20)}));
+  EXPECT_EQ(cv::countNonZero(weights != cad), 0);
+}
+
+TEST(SpillWeightMap, BoundaryWithoutOutsideEndsWhenGrowthStops) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
+  cv::Mat outside;
+  cv::bitwise_not(everywhere, outside);
+  // From columns 20..39 the growth fills 0..59 after 20 steps.
+  EXPECT_EQ(co::CountInsideGrowthSteps(cad, outside), 20);
+  const cv::Mat weights = co::BuildSpillWeightMap(cad, everywhere);
+  EXPECT_EQ(weights.at<unsigned char>(0, 0), 255);
+  EXPECT_EQ(weights.at<unsigned char>(30, 40), 255 / 20);
+  EXPECT_EQ(co::CountInsideGrowthSteps(cv::Mat::zeros(kPlane, CV_8UC1), outside), 0);
+}
+
+// ---- Overlay scoring ----
+
+double Pass(cv::Mat measured, const cv::Mat& cad, const cv::Mat& boundary, int pass) {
+  return co::ScoreAlignment(measured, cad, boundary, pass, false);
+}
+
+TEST(CadOverlay, IdenticalBlobScoresOneOnPassZero) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat boundary = Mask(kPlane, {kInside});
+  EXPECT_DOUBLE_EQ(Pass(cad.clone(), cad, boundary, 0), 1.0);
+  cv::Mat measured = cad.clone();
+  EXPECT_FLOAT_EQ(co::BestOverlayScore(measured, cad, boundary, false), 1.0f);
+}
+
+class ShiftedBlob : public ::testing::TestWithParam<int> {};
+TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
+  const int dx = GetParam();
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat boundary = Mask(kPlane, {kInside});
+  const cv::Mat measured = Mask(kPlane, {kPad + cv::Point(dx, 0)});
+
+  // Pixels beyond the pad weigh ring / 10 of a pixel (ten rings, see above).
+  double spill = 0.0;
+  for (int i = 1; i <= std::abs(dx); ++i) spill += 20.0 * (i * 255 / 10) / 255.0;
+  const double raw = (400.0 - 20.0 * std::abs(dx)) / 400.0 - spill / 400.0;
+  EXPECT_NEAR(co::CoverageScore(measured, cad, boundary, boundary - cad, false), raw, 1e-12);
+
+  // The centroids are 29 and trunc((59 + 2 dx) / 2); the ratio is 1 - 2 d / 20.
+  const int d = 29 - (59 + 2 * dx) / 2;
+  float ratio = 1.0f - static_cast<float>(2 * d) / 20.0f;
+  if (ratio > 1.0f) ratio = 1.0f / ratio;
+  EXPECT_DOUBLE_EQ(Pass(measured, cad, boundary, 0), raw / powf(2.0f, 1.0f - ratio));
+
+  // Pass 1 moves the blob home and pays exp of the same error instead.
+  EXPECT_DOUBLE_EQ(Pass(measured.clone(), cad, boundary, 1), 1.0 / expf(1.0f - ratio));
+}
+INSTANTIATE_TEST_SUITE_P(Shifts, ShiftedBlob, ::testing::Values(-3, -2, 2, 4));
+
+TEST(CadOverlay, ScaledBlobIsRescaledByPassOneWhichWins) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat boundary = Mask(kPlane, {kInside});
+  const cv::Mat measured = Mask(kPlane, {cv::Rect(22, 22, 16, 16)});
+  const double pass0 = Pass(measured.clone(), cad, boundary, 0);
+  EXPECT_DOUBLE_EQ(pass0, 256.0 / 400.0);
+  // 16 -> 20 on both axes: scale ratio 1.25, read as 0.8.
+  const double pass1 = Pass(measured.clone(), cad, boundary, 1);
+  EXPECT_DOUBLE_EQ(pass1, 1.0 / expf(0.2f));
+  cv::Mat copy = measured.clone();
+  EXPECT_FLOAT_EQ(co::BestOverlayScore(copy, cad, boundary, false), static_cast<float>(pass1));
+}
+
+TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat boundary = Mask(kPlane, {kInside});
+  float previous = 1.0f;
+  for (int spill : {2, 5, 9}) {
+    cv::Mat measured = Mask(kPlane, {kPad, cv::Rect(20, 40, 20, spill)});
+    const float score = co::BestOverlayScore(measured, cad, boundary, false);
+    EXPECT_LT(score, previous) << spill;
+    EXPECT_GT(score, 0.0f);
+    previous = score;
+  }
+}
+
+TEST(CadOverlay, EmptyMeasuredOrCadPadFailsTheAlignmentAndScoresZero) {
+  const cv::Mat cad = Mask(kPlane, {kPad});
+  const cv::Mat empty = cv::Mat::zeros(kPlane, CV_8UC1);
+  const cv::Mat boundary = Mask(kPlane, {kInside});
+  co::Alignment alignment;
+  cv::Mat measured = empty.clone();
+  EXPECT_FALSE(co::FollowToCad(measured, cad, 1, &alignment));
+  EXPECT_EQ(Pass(empty.clone(), cad, boundary, 0), 0.0);
+  EXPECT_EQ(Pass(cad.clone(), empty, boundary, 1), 0.0);
+}
+
+TEST(CadOverlay, BlobAsWideAsThePlaneFailsPassOne) {
+  const cv::Mat cad = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
+  cv::Mat measured = Mask(kPlane, {cv::Rect(0, 22, 60, 16)});
+  co::Alignment alignment;
+  EXPECT_FALSE(co::FollowToCad(measured, cad, 1, &alignment));
+}
+
+TEST(CadOverlay, PenaltyOfEachPassAndTheFloorAtZero) {
+  const co::Alignment alignment{0.5f, 2.0f, 1.0f};
+  EXPECT_DOUBLE_EQ(co::PenalisedScore(1.0, alignment, 0),
+                   1.0 / powf(2.0f, 0.5f) / powf(2.0f, 0.5f) / powf(2.0f, 0.0f));
+  EXPECT_DOUBLE_EQ(co::PenalisedScore(1.0, alignment, 1),
+                   1.0 / expf(0.5f) / expf(0.5f) / expf(0.0f));
+  EXPECT_EQ(co::PenalisedScore(-0.3, alignment, 0), 0.0);
+}
+
+// ---- Slot 20 adapter ----
+
+struct OverlayPlanes {
+  cv::Mat boundary = Mask(kPlane, {kInside});
+  cv::Mat cad = Mask(kPlane, {kPad});
+  cv::Mat measured = Mask(kPlane, {kPad + cv::Point(2, 1)});
+  float score = -5.0f;
+  int Run(float debug, float width = 60, float height = 60) {
+    float para[3] = {width, height, debug};
+    return co::FollowCadOverlay(cad.data, boundary.data, measured.data, para, &score);
+  }
+};
+
+TEST(FollowCadOverlay, RefusesNullPlanesUntouchedAndZeroAreaWithScoreZero) {
+  OverlayPlanes planes;
+  float para[3] = {60, 60, 0};
+  EXPECT_EQ(co::FollowCadOverlay(nullptr, planes.boundary.data, planes.measured.data, para,
+                                 &planes.score),
+            -1);
+  EXPECT_EQ(planes.score, -5.0f);
+  EXPECT_EQ(planes.Run(0, 0.4f, 60), -1);  // rounds to 0
+  EXPECT_EQ(planes.score, 0.0f);
+}
+
+TEST(FollowCadOverlay, RoundsSizesAndLeavesTheMeasuredPlaneAlone) {
+  OverlayPlanes planes;
+  const cv::Mat before = planes.measured.clone();
+  ASSERT_EQ(planes.Run(0, 59.6f, 59.5f), 0);
+  EXPECT_GT(planes.score, 0.5f);
+  EXPECT_LT(planes.score, 1.0f);
+  EXPECT_EQ(cv::countNonZero(before != planes.measured), 0);
+}
+
+class OverlayDebug : public ::testing::TestWithParam<std::pair<float, bool>> {};
+TEST_P(OverlayDebug, SwitchOpensWindowsAndWritesFilesOnlyAboveTheThreshold) {
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  OverlayPlanes planes;
+  ASSERT_EQ(planes.Run(GetParam().first), 0);
+  if (!GetParam().second) {
+    EXPECT_TRUE(sink.Empty());
+    return;
+  }
+  const auto events = sink.Events();
+  ASSERT_FALSE(events.empty());
+  EXPECT_EQ(events.front().kind, RecordingSink::Kind::kCloseAll);
+  const std::vector<std::string> onePass = {"matOverlapCad", "matCAD",       "matSrcOffset",
+                                            "源图像",        "目标模板图像", "外模板图像"};
+  std::vector<std::string> titles = onePass;
+  titles.insert(titles.end(), onePass.begin(), onePass.end());
+  EXPECT_EQ(sink.Titles(), titles);
+  const std::vector<std::string> files = {"matOverlapCad.bmp", "AfterFollowing.bmp",
+                                          "matOverlapCad.bmp", "AfterFollowing.bmp"};
+  EXPECT_EQ(sink.Files(), files);
+  for (const auto& event : events) {
+    if (event.name == "AfterFollowing.bmp") {  // the CAD image, under this name
+      EXPECT_EQ(cv::countNonZero(event.image != planes.cad), 0);
+    }
+    if (event.name == "matOverlapCad") {
+      EXPECT_EQ(event.image.type(), CV_8UC3);
+      // A covered pad pixel: half grey 255, half pure red.
+      EXPECT_EQ(event.image.at<cv::Vec3b>(30, 30), cv::Vec3b(128, 128, 255));
+    }
+  }
+}
+INSTANTIATE_TEST_SUITE_P(Switch, OverlayDebug,
+                         ::testing::Values(std::make_pair(0.0f, false),
+                                           std::make_pair(0.000005f, false),
+                                           std::make_pair(0.00002f, true),
+                                           std::make_pair(-1.0f, true)));
+
+// ---- Contour method ----
+
+const cv::Size kField(120, 60);
+const std::vector<cv::Rect> kRowOfThree = {{10, 20, 20, 20}, {50, 20, 20, 20}, {90, 20, 20, 20}};
+const std::vector<cv::Rect> kColumnOfThree = {{20, 5, 20, 10}, {20, 25, 20, 10}, {20, 45, 20, 10}};
+
+co::SplitParams Params(cv::Size size, int gridRows = 0, int gridCols = 0, bool debug = false) {
+  co::SplitParams params;
+  params.width = size.width;
+  params.height = size.height;
+  params.brightPads = true;
+  params.debug = debug;
+  params.gridRows = gridRows;
+  params.gridCols = gridCols;
+  return params;
+}
+
+struct GridCase {
+  std::vector<cv::Rect> pads;
+  int gridRows, gridCols;
+  int expectedCols;
+};
+class ContourGrid : public ::testing::TestWithParam<GridCase> {};
+TEST_P(ContourGrid, EveryPadIsABlobAndAGivenGridSetsTheColumnsOnly) {
+  const GridCase c = GetParam();
+  const auto split =
+      co::ContourSplit(PadField(kField, c.pads), Params(kField, c.gridRows, c.gridCols));
+  ASSERT_TRUE(split);
+  EXPECT_EQ(split->gridRows, 1);
+  EXPECT_EQ(split->gridCols, c.expectedCols);
+  std::vector<cv::Rect> boxes = Boxes(*split);
+  ASSERT_EQ(boxes.size(), c.pads.size());
+  for (const cv::Rect& pad : c.pads)
+    EXPECT_NE(std::find(boxes.begin(), boxes.end(), pad), boxes.end()) << pad;
+  for (const cv::Mat& blob : split->blobs) EXPECT_GT(cv::countNonZero(blob), 0.9 * blob.total());
+}
+INSTANTIATE_TEST_SUITE_P(Fields, ContourGrid,
+                         ::testing::Values(GridCase{kRowOfThree, 0, 0, 3},
+                                           GridCase{kRowOfThree, 2, 5, 5},
+                                           GridCase{kRowOfThree, 0, 5, 3},
+                                           GridCase{kColumnOfThree, 0, 0, 3},
+                                           GridCase{kColumnOfThree, 3, 1, 1}));
+
+TEST(ContourSplit, AnUnlikeAreaEndsTheListWhateverFollows) {
+  // Two pads (92 contour points, area 529), a thin bar (82 points, area 78) and a smaller pad
+  // (68 points, area 289) that would pass against the pads but comes after the bar.
+  const auto split = co::ContourSplit(
+      PadField({200, 60}, {{5, 5, 24, 24}, {40, 5, 24, 24}, {75, 10, 40, 3}, {140, 5, 18, 18}}),
+      Params({200, 60}));
+  ASSERT_TRUE(split);
+  const std::vector<cv::Rect> expected = {{5, 5, 24, 24}, {40, 5, 24, 24}};
+  std::vector<cv::Rect> boxes = Boxes(*split);
+  std::sort(boxes.begin(), boxes.end(), [](auto& a, auto& b) { return a.x < b.x; });
+  EXPECT_EQ(boxes, expected);
+}
+
+TEST(ContourSplit, ASpeckOfOneTenthIsDropped) {
+  const auto split = co::ContourSplit(
+      PadField(kField, {{10, 20, 20, 20}, {50, 20, 20, 20}, {90, 25, 6, 6}}), Params(kField));
+  ASSERT_TRUE(split);
+  EXPECT_EQ(split->blobs.size(), 2u);
+  EXPECT_EQ(split->gridCols, 2);
+}
+
+TEST(ContourSplit, KeepsTheFirstContourAlways) {
+  std::vector<std::vector<cv::Point>> contours = {{{0, 0}}, {{0, 0}, {9, 0}, {9, 9}, {0, 9}}};
+  const auto kept = co::KeepDominantContours(contours);
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept[0].size(), 4u);  // the larger by points comes first
+}
+
+TEST(SplitPads, DebugOffShowsNothingAndDebugOnShowsTheFrontEndAndContours) {
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  const cv::Mat image = PadField(kField, kRowOfThree);
+  ASSERT_TRUE(co::SplitPads(image, Params(kField)));
+  EXPECT_TRUE(sink.Empty());
+  ASSERT_TRUE(co::SplitPads(image, Params(kField, 0, 0, true)));
+  const std::vector<std::string> titles = {"tmp/debug_Sobel", "tmp/debug_threshold",
+                                           "tmp/debug_Contours", "matFillContours"};
+  EXPECT_EQ(sink.Titles(), titles);
+  EXPECT_TRUE(sink.Files().empty());
+}
+
+// ---- Projection method ----
+
+TEST(Bands, OnlyClosedBandsCountAndTheFirstOfEqualMassesIsStrongest) {
+  const std::vector<int> profile = {3, 1, 0, 0, 2, 2, 0, 4, 0, 5};
+  const auto bands = co::CollectBands(profile);
+  ASSERT_EQ(bands.size(), 3u);
+  EXPECT_EQ(bands[0].start, 0);
+  EXPECT_EQ(bands[0].length, 2);
+  EXPECT_EQ(bands[1].End(), 6);
+  const auto strongest = co::FindStrongestBand(profile);
+  ASSERT_TRUE(strongest);
+  EXPECT_EQ(strongest->start, 0);
+  EXPECT_FALSE(co::FindStrongestBand({0, 0, 7}));
+}
+
+TEST(Bands, ChooseBandsKeepsTheExpectedOrTheLeadingAlikeRun) {
+  const std::vector<co::Band> byMass = {{0, 1, 100}, {5, 1, 60}, {9, 1, 15}, {12, 1, 14}};
+  int expected = 0;
+  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 2u);  // 15 / 60 < 0.3 ends it
+  EXPECT_EQ(expected, 2);
+  expected = 3;
+  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 3u);
+  expected = 9;
+  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 4u);
+}
+
+struct ProjectionCase {
+  std::vector<cv::Rect> pads;
+  int gridRows, gridCols;
+  int expectedRows, expectedCols;
+  std::vector<cv::Rect> boxes;  // blob boxes in blob order
+};
+class Projection : public ::testing::TestWithParam<ProjectionCase> {};
+TEST_P(Projection, SplitsTheStrongestBandIntoBlobsOneLineLongerThanTheirPads) {
+  const ProjectionCase c = GetParam();
+  const auto split =
+      co::ProjectionSplit(PadField(kField, c.pads), Params(kField, c.gridRows, c.gridCols));
+  ASSERT_TRUE(split);
+  EXPECT_EQ(split->gridRows, c.expectedRows);
+  EXPECT_EQ(split->gridCols, c.expectedCols);
+  EXPECT_EQ(Boxes(*split), c.boxes);
+}
+const std::vector<cv::Rect> kRowOfFour = {
+    {5, 20, 20, 20}, {35, 20, 20, 20}, {65, 20, 20, 20}, {95, 20, 20, 20}};
+INSTANTIATE_TEST_SUITE_P(
+    Fields, Projection,
+    ::testing::Values(
+        // A row band split by columns: y is the band's first row, the crop one row taller.
+        ProjectionCase{kRowOfFour,
+                       0,
+                       0,
+                       1,
+                       4,
+                       {{5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}}},
+        ProjectionCase{kRowOfFour,
+                       3,
+                       4,
+                       1,
+                       4,
+                       {{5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}}},
+        ProjectionCase{kRowOfFour, 1, 2, 1, 2, {{5, 20, 21, 21}, {35, 20, 21, 21}}},
+        // A column band split by rows: x is the band's first column.
+        ProjectionCase{
+            kColumnOfThree, 0, 0, 3, 1, {{20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}}},
+        ProjectionCase{
+            kColumnOfThree, 3, 2, 3, 1, {{20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}}},
+        // A pad touching the right edge leaves its column band open: it is not found.
+        ProjectionCase{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}},
+                       0,
+                       0,
+                       1,
+                       2,
+                       {{10, 20, 21, 21}, {50, 20, 21, 21}}},
+        // Only a row band (the column touches the right edge): the whole image is split by
+        // rows. Only a column band (the row touches the bottom): split by columns.
+        ProjectionCase{
+            {{100, 5, 20, 10}, {100, 25, 20, 10}}, 0, 0, 2, 1, {{0, 5, 120, 11}, {0, 25, 120, 11}}},
+        ProjectionCase{
+            {{10, 40, 20, 20}, {50, 40, 20, 20}}, 0, 0, 1, 2, {{10, 0, 21, 60}, {50, 0, 21, 60}}}));
+
+TEST(Projection, FailsWithoutAnyClosedBand) {
+  EXPECT_FALSE(co::ProjectionSplit(PadField(kField, {{100, 40, 20, 20}}), Params(kField)));
+}
+
+TEST(Projection, GridEntriesBeyondTheBlobsKeepTheirPresetValues) {
+  // Grid 4 x 1 over three stacked pads: three blobs, four position entries, the fourth
+  // holding the band offset (the band's first column) in both coordinates.
+  const auto split = co::ProjectionSplit(PadField(kField, kColumnOfThree), Params(kField, 4, 1));
+  ASSERT_TRUE(split);
+  EXPECT_EQ(split->blobs.size(), 3u);
+  EXPECT_EQ(split->gridRows, 4);
+  ASSERT_EQ(split->origins.size(), 4u);
+  EXPECT_EQ(split->origins[2], cv::Point(20, 45));
+  EXPECT_EQ(split->origins[3], cv::Point(20, 20));
+}
+
+// ---- Blob buffers ----
+
+TEST(WriteBlobs, PacksViewsRowByRowAndWritesSizesAtTwoAndThree) {
+  cv::Mat image(4, 6, CV_8UC1);
+  for (int i = 0; i < 24; ++i) image.data[i] = static_cast<unsigned char>(i);
+  const std::vector<cv::Mat> blobs = {image(cv::Rect(1, 1, 2, 2)), image(cv::Rect(4, 0, 1, 3))};
+  std::vector<unsigned char> pixels(7, 99);
+  std::vector<int> rects(8, -1);
+  co::WriteBlobs(blobs, pixels.data(), rects.data());
+  EXPECT_EQ(pixels, (std::vector<unsigned char>{7, 8, 13, 14, 4, 10, 16}));
+  EXPECT_EQ(rects, (std::vector<int>{-1, -1, 2, 2, -1, -1, 1, 3}));
+  co::WriteBlobs(blobs, nullptr, nullptr);  // both buffers are optional
+}
+
+TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
+  cv::Mat image = PadField(kField, kRowOfThree);
+  float para[6] = {120, 60, 1, 0, 0, 0};
+  float grid[2] = {-1, -1};
+  std::vector<unsigned char> pixels(3 * 400, 7);
+  std::vector<int> rects(12, -1);
+  ASSERT_EQ(co::SplitPadBlobs(image.data, para, grid, pixels.data(), rects.data()), 0);
+  EXPECT_EQ(grid[0], 1.0f);
+  EXPECT_EQ(grid[1], 3.0f);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(rects[4 * i + 2], 20);
+    EXPECT_EQ(rects[4 * i + 3], 20);
+  }
+  float flat[6] = {120, 60, 1, 0, 0, 0};
+  cv::Mat plain(kField, CV_8UC1, cv::Scalar(0));
+  grid[0] = -1;
+  rects.assign(12, -1);
+  co::SplitPadBlobs(plain.data, flat, grid, pixels.data(), rects.data());
+  EXPECT_EQ(grid[0], -1.0f);  // nothing found: untouched
+  EXPECT_EQ(rects[0], -1);
+  EXPECT_EQ(co::SplitPadBlobs(nullptr, para, grid, nullptr, nullptr), -1);
+}
+
+// ---- Template matching ----
+
+TEST(LoadTemplates, ReadsBlocksBackToBackAndNothingWithoutRectsOrCount) {
+  const unsigned char pixels[10] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+  const int rects[8] = {0, 0, 2, 2, 0, 0, 3, 2};
+  const auto templates = co::LoadTemplates(pixels, rects, 2, false);
+  ASSERT_EQ(templates.size(), 2u);
+  EXPECT_EQ(templates[1].size(), cv::Size(3, 2));
+  EXPECT_EQ(templates[1].at<unsigned char>(0, 0), 5);
+  EXPECT_EQ(templates[1].at<unsigned char>(1, 2), 10);
+  EXPECT_TRUE(co::LoadTemplates(pixels, nullptr, 2, false).empty());
+  EXPECT_TRUE(co::LoadTemplates(pixels, rects, 0, false).empty());
+}
+
+TEST(MatchOneTemplate, OwnPadScoresOneAndAnEmptyTemplateZero) {
+  const cv::Mat scene = Mask(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});
+  const cv::Mat pad = cv::Mat(25, 30, CV_8UC1, cv::Scalar(255));
+  EXPECT_NEAR(co::MatchOneTemplate(scene, pad), 1.0f, 1e-5f);
+  EXPECT_EQ(co::MatchOneTemplate(scene, cv::Mat::zeros(8, 8, CV_8UC1)), 0.0f);
+}
+
+TEST(MatchOneTemplate, TemplateLargerThanTheSceneIsMatchedInsideABorder) {
+  const cv::Mat scene = Mask({30, 20}, {{5, 5, 20, 10}});
+  const cv::Mat templ = Mask({40, 20}, {{10, 5, 20, 10}});  // 10 wider: dx = -9
+  const float score = co::MatchOneTemplate(scene, templ);
+  EXPECT_TRUE(std::isfinite(score));
+  EXPECT_NEAR(score, 1.0f, 1e-5f);  // the border gives the pad room to sit under the template
+}
+
+TEST(ShapeAgreement, IdenticalIsOneAndMissingPartsLowerIt) {
+  const cv::Mat templ = Mask({30, 30}, {{5, 5, 20, 20}});
+  EXPECT_DOUBLE_EQ(co::ShapeAgreement(templ.clone(), templ), 1.0);
+  // A half pad is rescaled to the template box by its nearer-to-one ratio (height: 1), so
+  // half of the template stays uncovered.
+  const double half = co::ShapeAgreement(Mask({30, 30}, {{5, 5, 10, 20}}), templ);
+  EXPECT_NEAR(half, 0.5, 1e-9);
+  // A patch of another size pays 2^(1 - v) for the ratio farther from 1.
+  const double wide = co::ShapeAgreement(Mask({60, 30}, {{10, 5, 40, 20}}), templ);
+  EXPECT_NEAR(wide, 1.0 / powf(2.0f, 0.5f), 1e-6);
+}
+
+TEST(FollowPatch, BlobTooLargeAfterScalingIsScaledAgainToFit) {
+  // The template's blob spans the full width; the patch's 16 x 8 blob is scaled by 1.25 onto
+  // that width and no longer fits, so it is fitted to the patch and placed anyway, then moved
+  // onto the template's centroid.
+  const cv::Mat templ = Mask({20, 20}, {{0, 5, 20, 10}});
+  cv::Mat patch = Mask({20, 20}, {{2, 6, 16, 8}});
+  co::FollowPatch(patch, templ);
+  EXPECT_EQ(cv::countNonZero(patch != templ), 0);
+}
+
+TEST(MatchPadTemplates, ZeroesTheFirstScoreAndStopsWithoutTemplates) {
+  cv::Mat image = PadField(kField, kRowOfThree);
+  float para[7] = {120, 60, 1, 0, 0, 0, 0};
+  float scores[2] = {5, 5};
+  unsigned char pixels[4] = {};
+  int rects[4] = {0, 0, 2, 2};
+  EXPECT_EQ(co::MatchPadTemplates(image.data, para, scores, pixels, rects), -1);
+  EXPECT_EQ(scores[0], 0.0f);
+  EXPECT_EQ(scores[1], 5.0f);
+}
+
+TEST(MatchPadTemplates, DebugOffShowsNothing) {
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  cv::Mat image = PadField(kField, kRowOfThree);
+  float para[7] = {120, 60, 1, 0, 0, 0, 1};
+  std::vector<unsigned char> pixels(400, 255);
+  int rects[4] = {0, 0, 20, 20};
+  float score = 0;
+  EXPECT_EQ(co::MatchPadTemplates(image.data, para, &score, pixels.data(), rects), 0);
+  EXPECT_GT(score, 0.99f);
+  EXPECT_TRUE(sink.Empty());
+  para[3] = 1;
+  co::MatchPadTemplates(image.data, para, &score, pixels.data(), rects);
+  const std::vector<std::string> titles = {"拆解图0", "tmp/debug_Sobel", "tmp/debug_threshold"};
+  EXPECT_EQ(sink.Titles(), titles);
+}
+
+}  // namespace
