@@ -1,7 +1,6 @@
 // Refining a given circle: the strongest radial edge on rays from its centre, fitted with an
 // ellipse (slot 17).
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -70,8 +69,7 @@ std::optional<RayEdge> StrongestOnRay(const cv::Mat& gx, const cv::Mat& gy, cv::
 
 }  // namespace
 
-std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre,
-                                           float radius) {
+std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre, float radius) {
   std::vector<cv::Point2f> points;
   if (!(radius > 0.0f) || plane.cols < 2 || plane.rows < 2) return points;
   const cv::Mat smooth = SmoothPlane(plane);
@@ -96,8 +94,7 @@ std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f cen
   return points;
 }
 
-std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centre,
-                                         float radius) {
+std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centre, float radius) {
   const std::vector<cv::Point2f> points = StrongestRayEdges(plane, centre, radius);
   if (points.size() < 5) return std::nullopt;
   const cv::RotatedRect box = cv::fitEllipse(points);

@@ -1,6 +1,5 @@
 // Re-measuring a mark that lies close to one image border in a window pushed against it.
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -48,11 +47,20 @@ cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size 
   int x = TruncToInt(static_cast<float>(TruncToInt(centre.x)) - radius - 5.0f);
   int y = TruncToInt(static_cast<float>(TruncToInt(centre.y)) - radius - 5.0f);
   switch (border) {
-    case Border::kRight: x = image.width - side; break;
-    case Border::kLeft: x = 0; break;
-    case Border::kBottom: y = image.height - side; break;
-    case Border::kTop: y = 0; break;
-    case Border::kNone: break;
+    case Border::kRight:
+      x = image.width - side;
+      break;
+    case Border::kLeft:
+      x = 0;
+      break;
+    case Border::kBottom:
+      y = image.height - side;
+      break;
+    case Border::kTop:
+      y = 0;
+      break;
+    case Border::kNone:
+      break;
   }
   return cv::Rect(x, y, side, side);
 }

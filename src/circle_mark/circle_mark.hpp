@@ -3,11 +3,10 @@
 #ifndef IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 #define IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 
+#include <opencv2/core.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <opencv2/core.hpp>
 
 namespace imgtarn::circle_mark {
 
@@ -80,8 +79,8 @@ void CaptionCircle(cv::Mat& image, float x, float y, float radius);
 
 // Hough circles with the gradient method, dp 1 and minDist 1. Windows the library computed
 // itself are passed here, never anything that could fail OpenCV's own checks.
-CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2,
-                                int minRadius, int maxRadius);
+CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2, int minRadius,
+                                int maxRadius);
 
 // Gaussian 3 x 3 smoothing and two 5 x 5 rectangle openings, the preparation both stages use.
 cv::Mat SmoothPlane(const cv::Mat& src);
@@ -124,7 +123,6 @@ cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border 
 // A copy with the result circle (value 0) and a filled disc of radius r - 2 (debug views).
 cv::Mat DrawMarkedCopy(const cv::Mat& plain, cv::Point2f centre, float radius);
 
-
 // ---- Direct Hough detection (slots 3 to 5) ----
 struct DirectHoughParams {
   int width = 0;
@@ -137,20 +135,17 @@ struct DirectHoughParams {
 // The circle whose radius is nearest `radius` (ties keep the earlier one); nothing when empty.
 std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float radius);
 // Smooths, searches and picks; writes x, y, radius (zeros when nothing is found).
-CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params,
-                           float* result);
+CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params, float* result);
 
 // ---- Edge adjustment (slot 17) ----
 struct EllipseFit {
   cv::Point2f centre;
   float semiAxisA = 0.0f;  // half of the first axis of cv::fitEllipse's box
   float semiAxisB = 0.0f;
-  float angle = 0.0f;      // degrees, as cv::fitEllipse reports it
+  float angle = 0.0f;  // degrees, as cv::fitEllipse reports it
 };
-std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre,
-                                           float radius);
-std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centre,
-                                         float radius);
+std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre, float radius);
+std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centre, float radius);
 
 }  // namespace imgtarn::circle_mark
 

@@ -23,8 +23,8 @@ void ShowClosingCircle(const cv::Mat& image, const CircleList& circles,
 }  // namespace
 
 std::optional<cv::Point> ClosingCircleCentre(const cv::Mat& image, float radius, bool debug) {
-  const CircleList circles = HoughGradientCircles(image, 50.0, 25.0, TruncToInt(radius - 2.0f),
-                                                  TruncToInt(radius + 2.0f));
+  const CircleList circles =
+      HoughGradientCircles(image, 50.0, 25.0, TruncToInt(radius - 2.0f), TruncToInt(radius + 2.0f));
   if (circles.empty()) return std::nullopt;
 
   std::vector<cv::Point> centres;

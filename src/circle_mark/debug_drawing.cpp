@@ -1,6 +1,5 @@
 // Captions and circle mosaics for the debug windows of the circle operations.
 #include <cstdio>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -14,8 +13,7 @@ void DrawValueText(cv::Mat& image, double value, cv::Point origin) {
   if (value == 0.0) return;
   char text[64];
   std::snprintf(text, sizeof text, "%.2f", value);
-  cv::putText(image, text, origin, cv::FONT_HERSHEY_SIMPLEX, 1.0, cv::Scalar(255), 1,
-              cv::LINE_8);
+  cv::putText(image, text, origin, cv::FONT_HERSHEY_SIMPLEX, 1.0, cv::Scalar(255), 1, cv::LINE_8);
 }
 
 void CaptionCircle(cv::Mat& image, float x, float y, float radius) {

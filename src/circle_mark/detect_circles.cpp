@@ -1,7 +1,6 @@
 // Direct Hough detection of one circle (slots 3, 4 and 5): no template, no fall-back.
 #include <cmath>
 #include <cstdlib>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -80,8 +79,7 @@ std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float ra
   return best;
 }
 
-CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params,
-                           float* result) {
+CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params, float* result) {
   ClearResult(result);
   // A radius of 0 or below (or NaN) describes no circle to look for.
   if (!(params.radius > 0.0f)) return {};
@@ -101,8 +99,8 @@ int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius
   if (!IsUsablePlane(plane, width, height)) return -1;
   // The numeric twin of slot 4 takes its replacement threshold too, so that a zero threshold
   // cannot raise an OpenCV error at the host.
-  const DirectHoughParams params = PlusMinusTwo(width, height, radius,
-                                                param1 > 0.0f ? param1 : 15.0);
+  const DirectHoughParams params =
+      PlusMinusTwo(width, height, radius, param1 > 0.0f ? param1 : 15.0);
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, width, height));
   debug_view::Show(kDemoWindow, smooth);
   DetectOneCircle(smooth, params, result);

@@ -1,7 +1,6 @@
 // Stage 1 of the mark location: Hough circles on Canny edges, checked against the template
 // estimate and refined by the gradient measurement.
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -23,7 +22,7 @@ struct EdgeStage {
   const cv::Mat& blurred;  // every gradient measurement cuts its window from here
   float radius;
   bool debug;
-  CircleEstimate found;    // the template estimate
+  CircleEstimate found;  // the template estimate
 };
 
 float Distance(const cv::Vec3f& circle, cv::Point2f point) {
@@ -92,8 +91,8 @@ cv::Point2f MeasureAround(const EdgeStage& stage, cv::Point2f centre, int margin
 // A re-tested centre counts only with both coordinates positive.
 std::optional<cv::Point2f> RetestOrNothing(const EdgeStage& stage, Border border,
                                            cv::Point2f placeAt, cv::Point2f previous) {
-  const cv::Point2f centre = RetestAtBorder(stage.blurred, stage.plain, border, placeAt,
-                                            previous, stage.radius, stage.debug);
+  const cv::Point2f centre = RetestAtBorder(stage.blurred, stage.plain, border, placeAt, previous,
+                                            stage.radius, stage.debug);
   if (centre.x > 0.0f && centre.y > 0.0f) return centre;
   return std::nullopt;
 }
@@ -104,8 +103,7 @@ std::optional<cv::Point2f> CentreFromCandidate(const EdgeStage& stage, cv::Point
   // template estimate, which is also where a rejected axis falls back to.
   if (IsInside(candidate, stage.radius, kInsideMargin, stage.blurred.size()))
     return MeasureAround(stage, estimate, kInsideMargin, estimate);
-  const Border border = CrossedBorder(candidate, stage.radius, kInsideMargin,
-                                      stage.blurred.size());
+  const Border border = CrossedBorder(candidate, stage.radius, kInsideMargin, stage.blurred.size());
   // A corner (two borders) is left to stage 2, whose scoring favours clipped marks.
   if (border == Border::kNone) return std::nullopt;
   if (stage.found.score >= kBorderTemplateScore) return estimate;
@@ -173,8 +171,8 @@ EdgeStageOutcome LocateByEdgeCircles(const cv::Mat& src, float radius, bool debu
   const EdgeStage stage{plain, blurred, radius, debug, found};
   const std::optional<cv::Point2f> candidate =
       FirstCircleNear(circles, cv::Point2f(found.x, found.y), radius / 10.0f);
-  outcome.centre = candidate ? CentreFromCandidate(stage, *candidate)
-                             : CentreFromGroups(stage, circles);
+  outcome.centre =
+      candidate ? CentreFromCandidate(stage, *candidate) : CentreFromGroups(stage, circles);
   return outcome;
 }
 

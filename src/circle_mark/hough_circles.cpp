@@ -1,14 +1,13 @@
 // The shared Hough call and the smoothing both search stages start from.
 #include <algorithm>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
 
 namespace imgtarn::circle_mark {
 
-CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2,
-                                int minRadius, int maxRadius) {
+CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2, int minRadius,
+                                int maxRadius) {
   CircleList circles;
   if (image.empty()) return circles;
   // A maximum radius of 0 or below would make OpenCV search every radius up to the image size

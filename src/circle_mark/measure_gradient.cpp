@@ -46,8 +46,7 @@ std::optional<GradientMeasure> MeasureCircleByGradient(const cv::Mat& image, cv:
 }
 
 float SpanCentre(int origin, const EdgeSpan& span) {
-  return static_cast<float>(origin + span.first) +
-         static_cast<float>(span.Diameter() - 1) * 0.5f;
+  return static_cast<float>(origin + span.first) + static_cast<float>(span.Diameter() - 1) * 0.5f;
 }
 
 }  // namespace imgtarn::circle_mark

@@ -1,6 +1,5 @@
 // The template-first search: stage 2 of the mark location and the whole quick operation.
 #include <algorithm>
-
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -53,8 +52,8 @@ float ScoreCandidate(const cv::Mat& smooth, const cv::Vec3f& circle, cv::Size te
   const int cut = (templateSize.width - width) + (templateSize.height - height);
 
   const cv::Mat box = smooth(cv::Rect(x, y, width, height));
-  const CircleList inBox = HoughGradientCircles(box, 15.0, 15.0, TruncToInt(radius - 5.0f),
-                                                TruncToInt(radius + 5.0f));
+  const CircleList inBox =
+      HoughGradientCircles(box, 15.0, 15.0, TruncToInt(radius - 5.0f), TruncToInt(radius + 5.0f));
   if (debug) ShowCircleMosaic(inBox, box, "hCRoi");
   if (inBox.empty()) return 0.0f;
   float score = 0.17f * static_cast<float>(inBox.size());
