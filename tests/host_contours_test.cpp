@@ -1,0 +1,283 @@
+// The contour and lead slots as the host calls them: raw table entries with the host's own
+// argument types, on planes whose answers are known by construction.
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
+
+#include "support/host_library.hpp"
+
+namespace {
+
+using uchar = unsigned char;
+constexpr int kSize = 40;
+
+struct HostPlane {
+  HostPlane() : bytes(kSize * kSize, 0) {}
+  cv::Mat Mat() { return cv::Mat(kSize, kSize, CV_8UC1, bytes.data()); }
+  uchar* data() { return bytes.data(); }
+  int At(int x, int y) const { return bytes[y * kSize + x]; }
+  std::vector<uchar> bytes;
+};
+
+// Two blobs: a 10 x 20 rectangle (200 pixels, outline 56) and a 12 x 12 square with a
+// 4 x 4 hole (128 pixels, 144 enclosed, outline 44).
+HostPlane TwoBlobs() {
+  HostPlane plane;
+  plane.Mat()(cv::Rect(2, 2, 10, 20)).setTo(255);
+  plane.Mat()(cv::Rect(20, 5, 12, 12)).setTo(255);
+  plane.Mat()(cv::Rect(24, 9, 4, 4)).setTo(0);
+  return plane;
+}
+
+std::vector<float> Para() {
+  std::vector<float> para(32, 0.0f);
+  para[0] = kSize;
+  para[1] = kSize;
+  para[5] = 4;  // capacities, where the slot has one at [5]
+  return para;
+}
+
+TEST(HostContours, Slot6OutlinesAndCounts) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs(), red, green;
+  std::vector<float> para = Para();
+  para[3] = 1;
+  para[5] = 255;
+  para[6] = 128;
+  ASSERT_EQ(img.Call<int>(6, source.data(), para.data(), red.data(), green.data(),
+                          static_cast<uchar*>(nullptr)),
+            0);
+  EXPECT_EQ(para[8], 2.0f);
+  EXPECT_EQ(red.At(2, 2), 255);
+  EXPECT_EQ(green.At(31, 16), 128);
+  EXPECT_EQ(red.At(6, 10), 0);
+}
+
+TEST(HostContours, Slot7TellsRingFromSolid) {
+  host::ImgObject img;
+  HostPlane source, rings;
+  cv::circle(source.Mat(), {10, 10}, 7, cv::Scalar(255), cv::FILLED);
+  cv::circle(source.Mat(), {10, 10}, 3, cv::Scalar(0), cv::FILLED);
+  cv::circle(source.Mat(), {28, 28}, 6, cv::Scalar(255), cv::FILLED);
+  std::vector<float> para = Para();
+  para[6] = 1;
+  para[7] = 1;
+  float solids[4] = {}, ringEntries[4] = {};
+  ASSERT_EQ(img.Call<int>(7, rings.data(), static_cast<uchar*>(nullptr), solids, para.data(),
+                          ringEntries, source.data()),
+            0);
+  EXPECT_EQ(para[8], 1.0f);
+  EXPECT_EQ(para[9], 1.0f);
+  EXPECT_NEAR(ringEntries[0], 10.0f, 1e-3);
+  EXPECT_NEAR(solids[1], 28.0f, 1e-3);
+  EXPECT_EQ(rings.At(10, 4), 255);
+  EXPECT_EQ(rings.At(10, 10), 0);
+}
+
+TEST(HostContours, Slot8BoundingRectsInPara) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs();
+  source.Mat().at<uchar>(35, 35) = 255;  // a speck that the opening removes
+  std::vector<float> para = Para();
+  para[3] = 1;  // opening radius
+  para[5] = 0;  // no closing
+  para[6] = 2;
+  ASSERT_EQ(img.Call<int>(8, source.data(), para.data()), 0);
+  ASSERT_EQ(para[7], 2.0f);
+  const float expected[8] = {2, 2, 10, 20, 20, 5, 12, 12};
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(para[8 + i], expected[i]) << i;
+}
+
+TEST(HostContours, Slot9AreasAndCentroids) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs(), labels;
+  std::vector<float> para = Para();
+  float result[1 + 3 * 4] = {};
+  ASSERT_EQ(img.Call<int>(9, source.data(), static_cast<uchar*>(nullptr), para.data(),
+                          labels.data(), result),
+            0);
+  EXPECT_EQ(result[0], 2.0f);
+  EXPECT_EQ(result[1], 200.0f);
+  EXPECT_NEAR(result[2], 6.5f, 1e-4);
+  EXPECT_NEAR(result[3], 11.5f, 1e-4);
+  EXPECT_EQ(result[4], 128.0f);
+  EXPECT_NEAR(result[5], 25.5f, 1e-4);
+  EXPECT_EQ(labels.At(25, 6), 2);
+}
+
+TEST(HostContours, Slot15VertexCounts) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs(), drawing;
+  std::vector<float> para = Para();
+  para[3] = 1.5f;
+  float result[5] = {};
+  ASSERT_EQ(img.Call<int>(15, source.data(), para.data(), drawing.data(), result), 0);
+  EXPECT_EQ(result[0], 2.0f);
+  EXPECT_EQ(result[1], 4.0f);
+  EXPECT_EQ(result[2], 4.0f);
+  EXPECT_EQ(drawing.At(2, 10), 255);
+}
+
+// Slot 19 compares a2[3] with 0.0 as a float: -0.0 is zero, NaN is not.
+struct CountCase {
+  float selector;
+  float total;
+};
+
+class HostSlot19 : public ::testing::TestWithParam<CountCase> {};
+
+TEST_P(HostSlot19, SelectorPicksEnclosedOrOutlineCount) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs();
+  std::vector<float> para = Para();
+  para[3] = GetParam().selector;
+  float result[6] = {};
+  ASSERT_EQ(img.Call<int>(19, source.data(), para.data(), static_cast<void*>(nullptr), result),
+            0);
+  EXPECT_EQ(result[0], GetParam().total);
+  EXPECT_EQ(result[1], 2.0f);
+}
+
+INSTANTIATE_TEST_SUITE_P(Selectors, HostSlot19,
+                         ::testing::Values(CountCase{0.0f, 200 + 144}, CountCase{-0.0f, 200 + 144},
+                                           CountCase{std::numeric_limits<float>::quiet_NaN(),
+                                                     56 + 44},
+                                           CountCase{0.5f, 56 + 44}));
+
+// Slot 21: below 100 the band of a6 goes to a1 (outer ring a2, inner ring a3); from 100 on
+// the ring between masks a1 and a2 goes to a3 and a6 is not read.
+class HostSlot21 : public ::testing::TestWithParam<int> {};
+
+TEST_P(HostSlot21, ModeChoosesBandOrRingBetweenMasks) {
+  const int mode = GetParam();
+  host::ImgObject img;
+  HostPlane pad, paste, out, source;
+  pad.Mat()(cv::Rect(5, 5, 20, 20)).setTo(255);
+  paste.Mat()(cv::Rect(5, 5, 20, 10)).setTo(255);
+  source.Mat()(cv::Rect(10, 10, 10, 10)).setTo(255);
+  std::vector<float> para = Para();
+  para[3] = 1;
+  ASSERT_EQ(img.Call<int>(21, pad.data(), paste.data(), out.data(), para.data(), mode,
+                          source.data()),
+            0);
+  if (mode < 100) {
+    EXPECT_EQ(pad.At(9, 15), 255);   // band just outside the source square
+    EXPECT_EQ(pad.At(5, 5), 0);      // the old pad content is overwritten
+    EXPECT_EQ(out.At(10, 15), 255);  // inner ring
+    EXPECT_EQ(out.At(15, 15), 0);
+    EXPECT_EQ(para[5], para[6] + para[7]);
+  } else {
+    EXPECT_EQ(para[5], 200.0f - 4.0f);  // the uncovered half, its corners opened away
+    EXPECT_EQ(out.At(15, 20), 255);
+    EXPECT_EQ(out.At(15, 10), 0);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, HostSlot21, ::testing::Values(-5, 99, 100, 1000));
+
+TEST(HostContours, Slot22FillsPolygonsFromTheIntegerArray) {
+  host::ImgObject img;
+  HostPlane target;
+  int polygons[] = {1, 4, 10, 10, 19, 10, 19, 14, 10, 14};
+  std::vector<float> para = Para();
+  para[2] = 77;
+  para[3] = static_cast<float>(std::size(polygons));
+  ASSERT_EQ(img.Call<int>(22, target.data(), para.data(), static_cast<void*>(nullptr), polygons,
+                          static_cast<uchar*>(nullptr)),
+            0);
+  EXPECT_EQ(para[6], 50.0f);
+  EXPECT_EQ(target.At(19, 14), 77);
+  EXPECT_EQ(target.At(20, 14), 0);
+  para[3] = 5;  // the array as the host declares it is too short for its polygon
+  EXPECT_EQ(img.Call<int>(22, target.data(), para.data(), static_cast<void*>(nullptr), polygons,
+                          static_cast<uchar*>(nullptr)),
+            -1);
+}
+
+TEST(HostContours, Slot34FilledMask) {
+  host::ImgObject img;
+  HostPlane source = TwoBlobs(), mask;
+  std::vector<float> para = Para();
+  ASSERT_EQ(img.Call<int>(34, mask.data(), source.data(), para.data()), 0);
+  EXPECT_EQ(para[5], 2.0f);
+  EXPECT_EQ(para[6], 200.0f + 144.0f);
+  EXPECT_EQ(mask.At(25, 10), 255);  // the hole is filled
+}
+
+// A lead on a dark board, drawn 3 columns right of where the host expects it.
+struct LeadScene {
+  LeadScene() : image(kSize, 60, CV_8UC1, cv::Scalar(20)) {
+    cv::Mat reference = image.clone();
+    reference(cv::Rect(20, 10, 8, 20)).setTo(210);
+    reference(cv::Rect(20, 16, 8, 2)).setTo(100);
+    leadTemplate = reference(cv::Rect(17, 7, 14, 26)).clone();
+    image(cv::Rect(23, 10, 8, 20)).setTo(210);
+    image(cv::Rect(23, 16, 8, 2)).setTo(100);
+  }
+  std::vector<float> Para() const {
+    return {60, kSize, 14, 26, 0, 5, 0.9f, 17 + 6.5f, 7 + 12.5f, 1.0f, 120.0f,
+            0, 0, 0, 0, 0, 0, 0, 0, 0};
+  }
+  cv::Mat image;
+  cv::Mat leadTemplate;
+};
+
+TEST(HostLead, Slot13CutsTheSideRegions) {
+  host::ImgObject img;
+  LeadScene scene;
+  std::vector<float> para = scene.Para();
+  ASSERT_EQ(img.Call<int>(13, scene.image.data, scene.leadTemplate.data,
+                          static_cast<void*>(nullptr), para.data()),
+            0);
+  EXPECT_EQ(para[7], 1.0f);
+  EXPECT_EQ(para[9], 26.5f);
+  EXPECT_EQ(para[11], 15.0f);  // left region: 5 columns before the box at column 20
+  EXPECT_EQ(para[13], 5.0f);
+  EXPECT_EQ(para[15], 34.0f);
+}
+
+TEST(HostLead, Slot16JudgesThePositionError) {
+  host::ImgObject img;
+  LeadScene scene;
+  std::vector<float> para = scene.Para();
+  float result[10] = {};
+  ASSERT_EQ(img.Call<int>(16, scene.image.data, scene.leadTemplate.data, para.data(), result), 0);
+  EXPECT_EQ(result[0], 1.0f);
+  EXPECT_EQ(result[4], 3.0f);
+  EXPECT_EQ(result[5], 0.0f);
+  EXPECT_EQ(result[9], 1.0f);  // beyond the 1-pixel tolerance, sides dark
+}
+
+TEST(HostContours, EverySlotRefusesANullPlaneAndAZeroArea) {
+  host::ImgObject img;
+  HostPlane plane, other;
+  float result[16] = {};
+  int polygons[] = {0};
+  void* none = nullptr;
+  uchar* null = nullptr;
+  for (float width : {static_cast<float>(kSize), 0.0f}) {
+    std::vector<float> para = Para();
+    para[0] = width;
+    para[2] = 4;  // threshold, or the lead template's width
+    para[3] = 4;  // the slot's own size, or the lead template's height
+    uchar* p = width == 0.0f ? plane.data() : null;  // null plane, or a plane of zero area
+    SCOPED_TRACE(width);
+    EXPECT_EQ(img.Call<int>(6, p, para.data(), other.data(), null, null), -1);
+    EXPECT_EQ(img.Call<int>(7, null, null, result, para.data(), result, p), -1);
+    EXPECT_EQ(img.Call<int>(8, p, para.data()), -1);
+    EXPECT_EQ(img.Call<int>(9, p, null, para.data(), null, result), -1);
+    EXPECT_EQ(img.Call<int>(15, p, para.data(), null, result), -1);
+    EXPECT_EQ(img.Call<int>(19, p, para.data(), none, result), -1);
+    EXPECT_EQ(img.Call<int>(21, null, null, other.data(), para.data(), 0, p), -1);
+    EXPECT_EQ(img.Call<int>(21, p, other.data(), other.data(), para.data(), 100, null), -1);
+    EXPECT_EQ(img.Call<int>(22, p, para.data(), none, polygons, null), -1);
+    EXPECT_EQ(img.Call<int>(34, other.data(), p, para.data()), -1);
+    EXPECT_EQ(img.Call<int>(13, p, other.data(), none, para.data()), -1);
+    EXPECT_EQ(img.Call<int>(16, p, other.data(), para.data(), result), -1);
+  }
+}
+
+}  // namespace
