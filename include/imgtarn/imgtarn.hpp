@@ -56,20 +56,69 @@ class ImgTarn_IF {
   virtual int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius,
                                  float param1, float* result);
 
-  // Slot 6. DRAW_CONTOURS_ALL_EXTERNAL_DOC
-  virtual int DrawContoursAllExternal(unsigned char* a1, float* para, unsigned char* a3,
-                                      unsigned char* a4, unsigned char* a5);
+  // Contour slots 6-9, 15, 19, 21, 22 and 34 share these rules. para[0] width, para[1]
+  // height; para[2] threshold: samples above it are foreground (below 0: all, 255 and above:
+  // none). A blob is an 8-connected foreground region; its outer contour runs through its
+  // boundary pixels. "Enclosed" pixels are those inside or on an outer contour (holes
+  // included). Listings are in raster order of each blob's bounding box (top row first, then
+  // left column). para[4] debug switch: non-zero shows one window titled "mat..." (1 ms
+  // wait, no files). Capacities count entries; the totals reported may exceed them, nothing
+  // is written past them. Radii give elliptic (2r+1) x (2r+1) discs, clamped to 0..50.
+  // Returns -1 (nothing written) for a null para, a null required plane or a width or height
+  // below 1, else 0. Only cv::Exception from OpenCV (e.g. out of memory) may leave.
+  //
+  // Slot 6. Outlines every blob's outer contour over one to three host planes (e.g. the
+  // channels of a colour view); a plane's other samples are left as they were.
+  //   a1: source plane (read). a3: target plane (required); a4, a5: further targets or null.
+  //   para in: [3] outline thickness (clamped 1..255; it grows on both sides of the contour),
+  //     [5], [6], [7] levels drawn into a3, a4, a5 (clamped 0..255).
+  //   para out: [8] number of outer contours.
+  //   Example: float p[9] = {w, h, 0, 1, 0, 255, 0, 0};
+  //            obj->DrawContoursAllExternal(mask, p, red, green, blue);  // red outlines
+  virtual int DrawContoursAllExternal(unsigned char* source, float* para, unsigned char* target0,
+                                      unsigned char* target1, unsigned char* target2);
 
-  // Slot 7. CLASSIFY_RING_CONTOURS_DOC
-  virtual int ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3,
-                                   float* para, float* a5, unsigned char* plane);
+  // Slot 7. Sorts blobs into rings (exactly one hole, e.g. a via land) and solids (no hole).
+  // Contour rules as for slot 6.
+  //   a6 (plane): source (read). a1: ring mask out (ring pixels 255, bores and the rest 0) or
+  //   null. a2: solid mask out, or null. a3: solid entries out, or null. a5: ring entries out,
+  //   or null. An entry is 4 floats: centre x, centre y (centroid of the enclosed pixels, so a
+  //   ring's bore counts towards its centre), enclosed pixel count, background pixels
+  //   enclosed (the hole area; 0 for a solid).
+  //   para in: [3] minimum enclosed pixel count (smaller blobs are skipped), [5] minimum hole
+  //     area (area of the hole's contour polygon; smaller holes are pin holes and ignored),
+  //     [6] capacity of a5 in entries, [7] capacity of a3 in entries.
+  //   para out: [8] rings, [9] solids, [10] blobs with two or more holes (in no list or mask).
+  //   Example: float p[11] = {w, h, 128, 20, 0, 4, 8, 8}; float rings[32], solids[32];
+  //            obj->ClassifyRingContours(nullptr, nullptr, solids, p, rings, plane);
+  virtual int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask,
+                                   float* solids, float* para, float* rings,
+                                   unsigned char* plane);
 
-  // Slot 8. MORPH_BOUNDING_RECTS_DOC
-  virtual int MorphBoundingRects(unsigned char* a1, float* para);
+  // Slot 8. Opens (drops specks) then closes (bridges hairline gaps) the foreground and
+  // reports the bounding rectangles of the blobs left. Contour rules as for slot 6.
+  //   a1: source plane (read; the cleaning works on a copy).
+  //   para in: [3] opening radius, [5] closing radius (0 skips the step), [6] capacity in
+  //     rectangles. para must hold 8 + 4 x capacity floats.
+  //   para out: [7] number of blobs; from [8], 4 floats per blob: x, y, width, height.
+  //   Example: float p[8 + 4 * 16] = {w, h, 0, 1, 0, 1, 16};
+  //            obj->MorphBoundingRects(plane, p);  // p[7] blobs, rectangles from p[8]
+  virtual int MorphBoundingRects(unsigned char* source, float* para);
 
-  // Slot 9. SEGMENT_BY_MOMENTS_DOC
-  virtual int SegmentByMoments(unsigned char* plane, unsigned char* a2, float* para,
-                               unsigned char* a4, float* result);
+  // Slot 9. Segments blobs and measures each from its pixel moments. Contour rules as for
+  // slot 6 (para is read only).
+  //   a1 (plane): source (read). a2: region mask (read; only where it is non-zero counts as
+  //   foreground, so blobs are cut at its edge) or null for the whole plane. a4: label plane
+  //   out (blob k of the listing gets min(k, 255) on its own pixels, holes and the rest 0) or
+  //   null.
+  //   para in: [3] minimum area in pixels (smaller blobs are not listed), [5] capacity.
+  //   result out: [0] number of blobs listed; from [1], 3 floats per blob: area (set pixels,
+  //     holes excluded), centroid x, centroid y. result must hold 1 + 3 x capacity floats.
+  //   Returns -1 also for a null result.
+  //   Example: float p[6] = {w, h, 0, 10, 0, 32}, r[1 + 3 * 32];
+  //            obj->SegmentByMoments(plane, nullptr, p, nullptr, r);
+  virtual int SegmentByMoments(unsigned char* plane, unsigned char* regionMask, float* para,
+                               unsigned char* labels, float* result);
 
   // Slot 10. LOCATE_CIRCLE_MARK_QUICK_DOC
   virtual int LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored,
@@ -82,17 +131,60 @@ class ImgTarn_IF {
   virtual int LocateCircleMarkRoi(unsigned char* plane, float* para, void* ignored,
                                   float* result);
 
-  // Slot 13. CUT_LEAD_ROIS_DOC
-  virtual int CutLeadRois(unsigned char* a1, unsigned char* a2, void* ignored, float* a4);
+  // Slot 13. Finds a component lead by template matching (normalised correlation coefficient,
+  // whole-pixel positions) and cuts the regions left and right of it, where solder bridges
+  // and bent leads show.
+  //   a1: image plane, para[0] x para[1] (read). a2: lead template plane, para[2] x para[3]
+  //   (read; a grey sample of the lead with some board around it). a3: not read.
+  //   a4 (para) in: [0] width, [1] height, [2] template width, [3] template height, [4] debug
+  //     switch (non-zero: window "matLeadRois", 1 ms wait), [5] side region width in pixels,
+  //     [6] minimum match score (-1..1; NaN finds nothing).
+  //   a4 out: [7] 1 when found, else 0; [8] best score; [9], [10] centre of the matched box
+  //     (x + (template width - 1) / 2, likewise y); [11..14] left region x, y, width, height
+  //     (the [5] columns before the box, rows of the box, clipped to the image: width 0 when
+  //     the box touches the left edge); [15..18] right region likewise. [9..18] are 0 when
+  //     not found.
+  //   Returns -1 for a null plane or para, a size below 1 or a template larger than the
+  //   image; else 0. Only cv::Exception from OpenCV may leave.
+  //   Example: float p[19] = {w, h, tw, th, 0, 8, 0.7f};
+  //            obj->CutLeadRois(image, leadTemplate, nullptr, p);  // regions at p[11], p[15]
+  virtual int CutLeadRois(unsigned char* image, unsigned char* leadTemplate, void* ignored,
+                          float* para);
 
   // Slot 14. LOCATE_CROSS_MARK_DOC
   virtual int LocateCrossMark(unsigned char* plane, float* para, void* ignored, float* result);
 
-  // Slot 15. APPROX_CONTOURS_DEMO_DOC
-  virtual int ApproxContoursDemo(unsigned char* a1, float* a2, unsigned char* a3, float* a4);
+  // Slot 15. Approximates each blob's outer contour by a polygon (Douglas-Peucker); the
+  // vertex counts tell triangles, rectangles and round shapes apart. Contour rules as for
+  // slot 6 (a2 is para, read only).
+  //   a1: source plane (read). a3: drawing out (cleared to 0, each closed polygon drawn 255
+  //   one pixel wide) or null.
+  //   a2 (para) in: [3] tolerance in pixels (negative or NaN: 0, which keeps every corner),
+  //     [5] capacity.
+  //   a4 (result) out: [0] number of contours; from [1], one vertex count per contour.
+  //   Returns -1 also for a null result.
+  //   Example: float p[6] = {w, h, 0, 2.0f, 0, 16}, r[17];
+  //            obj->ApproxContoursDemo(plane, p, nullptr, r);  // r[1] = 4 for a rectangle
+  virtual int ApproxContoursDemo(unsigned char* source, float* para, unsigned char* drawing,
+                                 float* result);
 
-  // Slot 16. MEASURE_LEAD_ROI_DOC
-  virtual int MeasureLeadRoi(unsigned char* a1, unsigned char* a2, float* a3, float* a4);
+  // Slot 16. Finds the lead as slot 13 does, then judges its position error and the
+  // brightness of the regions beside it.
+  //   a1: image plane (read). a2: lead template plane (read).
+  //   a3 (para, read only): [0..6] as for slot 13 (debug window "matLeadMeasure"),
+  //     [7], [8] expected lead centre x, y (same convention as slot 13's [9], [10]),
+  //     [9] position tolerance in pixels per axis, [10] brightest acceptable mean grey of a
+  //     side region.
+  //   a4 (result) out: [0] 1 when found, else 0; [1] score; [2], [3] centre; [4], [5] error
+  //     (centre - expected); [6] mean grey of the matched box; [7], [8] mean grey of the left
+  //     and right regions (0 for a region cut away by the border); [9] judgement bits:
+  //     1 position beyond tolerance, 2 left region too bright, 4 right region too bright,
+  //     8 lead not found (then [2..8] are 0). A NaN limit fails its test.
+  //   Returns -1 as slot 13 does, also for a null result; else 0.
+  //   Example: float p[11] = {w, h, tw, th, 0, 8, 0.7f, 64.5f, 40.5f, 1.5f, 120}, r[10];
+  //            obj->MeasureLeadRoi(image, leadTemplate, p, r);  // r[9] == 0: lead good
+  virtual int MeasureLeadRoi(unsigned char* image, unsigned char* leadTemplate, float* para,
+                             float* result);
 
   // Slot 17. ADJUST_CIRCLE_EDGES_DOC
   virtual int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
@@ -101,9 +193,16 @@ class ImgTarn_IF {
   virtual int LocateRectangleMark(unsigned char* plane, float* para, void* ignored,
                                   float* result);
 
-  // Slot 19. COUNT_CONTOUR_PIXELS_DOC
-  // Dispatch: a2[3] == 0.0 (so also -0.0) runs the first counting routine; any other value,
-  // NaN included, runs the second. Both receive (a1, a2, a4).
+  // Slot 19. Counts pixels per blob. Contour rules as for slot 6 (para is read only).
+  // Dispatch: a2[3] == 0.0 (so also -0.0) counts the pixels each outer contour encloses
+  // (the blob with its holes filled); any other value, NaN included, counts the pixels on
+  // each outer contour (its one-pixel outline). Both receive (a1, a2, a4).
+  //   a1 (plane): source (read). a3: not read.
+  //   para in: [3] selector (above), [5] capacity.
+  //   result out: [0] total of all blobs' counts, [1] number of blobs; from [2], one count
+  //     per blob. Returns -1 also for a null result.
+  //   Example: float p[6] = {w, h, 0, 0, 0, 8}, r[10];
+  //            obj->CountContourPixels(plane, p, nullptr, r);  // a 10 x 20 blob: r[2] = 200
   virtual int CountContourPixels(unsigned char* plane, float* para, void* ignored,
                                  float* result);
 
@@ -112,15 +211,42 @@ class ImgTarn_IF {
                                unsigned char* measuredPad, float* para, void* ignored,
                                float* score);
 
-  // Slot 21. MORPH_RING_DOC
-  // Dispatch: mode < 100 runs the ring routine with (a3, a2, a1, a4, a6); mode >= 100 runs
-  // the second routine with (a1, a2, a3, a4).
+  // Slot 21. Ring-shaped regions by morphology. Contour rules as for slot 6; para[3] is the
+  // ring radius r. Dispatch: mode < 100 runs the band routine with (a3, a2, a1, a4, a6);
+  // mode >= 100 runs the between-masks routine with (a1, a2, a3, a4). The mode is not
+  // passed on.
+  //   mode < 100, band around the blob edges of a6 (source plane, read): a1 band out
+  //     (required; dilated minus eroded), a2 outer ring out (dilated minus source) or null,
+  //     a3 inner ring out (source minus eroded) or null. Blob edges on the plane border get
+  //     no ring. para out: [5] band, [6] outer ring, [7] inner ring pixel counts.
+  //   mode >= 100, ring between two masks (e.g. a pad and the paste printed on it): a1 outer
+  //     mask (read), a2 inner mask (read), a3 ring out (required; a1 foreground not covered
+  //     by a2, opened with the disc so slivers narrower than it vanish; r = 0 keeps all).
+  //     a6 is not read. para out: [5] ring pixel count, [6] number of ring pieces.
+  //   Outputs are 255 inside, 0 outside. Returns -1 also for a missing required plane.
+  //   Example: float p[8] = {w, h, 0, 2};
+  //            obj->MorphRing(band, outerRing, innerRing, p, 0, padMask);
   virtual int MorphRing(unsigned char* a1, unsigned char* a2, unsigned char* a3, float* para,
                         int mode, unsigned char* plane);
 
-  // Slot 22. FILL_CONTOURS_DOC
-  virtual int FillContours(unsigned char* a1, float* para, void* ignored, int* contours,
-                           unsigned char* plane);
+  // Slot 22. Fills polygons given by the host into a plane, with a level or with the samples
+  // of a source plane (cutting regions such as CAD pads out of an image).
+  //   a1: target plane (read and written; only pixels inside a polygon change).
+  //   a3: not read. a4: polygons as 32-bit integers: n, then per polygon k followed by k
+  //   (x, y) pairs (pixel coordinates; parts outside the plane are clipped). Each polygon is
+  //   filled on its own (boundary included), so overlaps stay filled.
+  //   a5: source plane (read) whose samples are copied inside the polygons, or null to fill
+  //   with the level.
+  //   para in: [0] width, [1] height, [2] fill level (clamped 0..255), [3] number of integers
+  //     in a4 (reads never go past it), [4] debug switch (window "matFilledContours").
+  //   para out: [5] polygons filled, [6] pixels inside them.
+  //   Returns -1, touching nothing, for a null target, para or a4, a size below 1, or a
+  //   malformed a4 (n < 0, k < 1, a record running past [3], a coordinate beyond +-2^24);
+  //   else 0.
+  //   Example: int poly[] = {1, 4, 0, 0, 9, 0, 9, 9, 0, 9}; float p[7] = {w, h, 255, 10};
+  //            obj->FillContours(plane, p, nullptr, poly, nullptr);  // a 10 x 10 square
+  virtual int FillContours(unsigned char* target, float* para, void* ignored, int* contours,
+                           unsigned char* source);
 
   // Slot 23. DETECT_EDGES_CANNY_DOC
   virtual int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst,
@@ -179,8 +305,14 @@ class ImgTarn_IF {
   virtual int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3,
                            unsigned char* a4, unsigned char* a5, unsigned char* a6, float* para);
 
-  // Slot 34. DRAW_CONTOUR_MASK_DOC
-  virtual int DrawContourMask(unsigned char* a1, unsigned char* plane, float* para);
+  // Slot 34. Draws a filled mask of the blobs: 255 inside every outer contour (holes
+  // filled), 0 elsewhere. Contour rules as for slot 6.
+  //   a1: mask out (required). a2 (plane): source (read).
+  //   para in: [3] minimum enclosed pixel count (smaller blobs are left out).
+  //   para out: [5] blobs drawn, [6] mask pixels set.
+  //   Example: float p[7] = {w, h, 0, 20};
+  //            obj->DrawContourMask(mask, plane, p);
+  virtual int DrawContourMask(unsigned char* mask, unsigned char* plane, float* para);
 
   // Slot 35. COUNTING_SORT_VALUES_DOC
   virtual int CountingSortValues(int* values, float* para, int* permutation);
