@@ -151,7 +151,24 @@ class ImgTarn_IF {
   virtual int CutLeadRois(unsigned char* image, unsigned char* leadTemplate, void* ignored,
                           float* para);
 
-  // Slot 14. LOCATE_CROSS_MARK_DOC
+  // Slot 14. Locates one bright plus-shaped fiducial of known nominal size on a dark board.
+  //   plane: para[0] x para[1] grey samples (read only). ignored: not read.
+  //   para (read only): [0] width, [1] height (both truncated); [2] half the nominal width,
+  //     [3] half the nominal height, in pixels (the bars are a third of the mark);
+  //     [4] debug switch (truncated): 0 off; 1 closes all windows, shows "原图" and every
+  //     debug view; any other value every debug view but those two. Debug views: "auto
+  //     threshold", "approxPolyDP", "CrossTemplate" (+ file CrossTemplate.jpg, only when
+  //     the template fallback runs), "ROI.jpg" (+ file ROI.jpg), "梯度调整矩形", "矩形合并结果",
+  //     "多矩形检测结果"; 100 ms waits. The switch is process-wide, shared by calls of this slot.
+  //   result: [0], [1] centre x, y in plane pixels; [2], [3] half width, half height (three
+  //     times the measured half extent of the central square).
+  //   Returns -1 (all four results 0, debug switch unchanged) for a null plane or a
+  //     non-positive width or height; otherwise 0. No mark found: result[0] = result[1] = 0
+  //     and result[2], result[3] keep the caller's values — read a zero centre as "none".
+  //     Nominal sizes below 1 pixel or larger than the plane find nothing.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {640, 480, 15, 15, 0}, result[4];
+  //            if (obj->LocateCrossMark(plane, para, nullptr, result) == 0 && result[0] != 0) ...
   virtual int LocateCrossMark(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 15. Approximates each blob's outer contour by a polygon (Douglas-Peucker); the
@@ -189,7 +206,18 @@ class ImgTarn_IF {
   // Slot 17. ADJUST_CIRCLE_EDGES_DOC
   virtual int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
 
-  // Slot 18. LOCATE_RECTANGLE_MARK_DOC
+  // Slot 18. Locates one bright, axis-aligned rectangular fiducial of known nominal size.
+  //   plane, ignored, para: as slot 14 ([2], [3] half the nominal width and height; [4] this
+  //     slot's own process-wide debug switch, with the same values and views, the template
+  //     view titled "RectangleTemplate" with file RectangleTemplate.jpg).
+  //   result: [0], [1] centre x, y; [2], [3] measured half width, half height (not scaled).
+  //   Returns -1 (all four results 0) for a null plane or a non-positive width or height;
+  //     otherwise 0. No mark found, or a degenerate measurement: all four results 0.
+  //     Tilted marks (more than 10 degrees off the axes) are rejected by the polygon test,
+  //     though the template fallback can still accept one of the right proportions.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {640, 480, 20, 12, 0}, result[4];
+  //            if (obj->LocateRectangleMark(plane, para, nullptr, result) == 0 && result[0]) ...
   virtual int LocateRectangleMark(unsigned char* plane, float* para, void* ignored,
                                   float* result);
 
@@ -248,7 +276,24 @@ class ImgTarn_IF {
   virtual int FillContours(unsigned char* target, float* para, void* ignored, int* contours,
                            unsigned char* source);
 
-  // Slot 23. DETECT_EDGES_CANNY_DOC
+  // Slot 23. Canny edge map with thresholds chosen from the plane's own histogram of L1
+  // gradient magnitudes (3x3 Sobel, replicated border), optionally turned into a filled mask.
+  // src: width x height plane (read). dst: width x height plane (written; may be src).
+  // para (in): [0] width, [1] height, [2] stage: 0 writes the raw edge map (255 on edges,
+  //   0 elsewhere); any other value runs the contour stage: the edge map is closed with a
+  //   5x5 elliptical element, its external contours whose area (pixels, measured through
+  //   the outline's pixel centres) reaches para[4] are kept and drawn filled in 255 on 0.
+  //   [3] debug: non-zero shows "matEdges" (the edge map) and, in the contour stage,
+  //   "matContours" (the mask written to dst), then waits 1 ms so the windows paint.
+  //   Integer entries are truncated toward zero. [4] minimum contour area, read only by
+  //   the contour stage (0 or less keeps every contour).
+  // result (out, 4 floats): [0] low threshold, [1] high threshold (both 0 on a flat plane or
+  //   when fewer than half the pixels have a gradient), [2] number of edge pixels of the raw
+  //   map, [3] number of contours kept (0 for stage 0).
+  // Status: -1 when src, dst, para or result is null or width or height is below 1 (nothing
+  //   written), else 0. cv::Exception may leave it only from inside OpenCV.
+  // Example: float para[5] = {w, h, 1, 0, 50}, result[4];
+  //          int status = obj->DetectEdgesCanny(plane, para, mask, result);
   virtual int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst,
                                float* result);
 

@@ -1,0 +1,115 @@
+// Slots 14 (cross mark) and 18 (rectangle mark) through the raw virtual table.
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
+
+#include "support/host_library.hpp"
+
+namespace {
+
+constexpr int kCrossSlot = 14;
+constexpr int kRectangleSlot = 18;
+
+// A dark noisy board with bright bars drawn 4x supersampled, so edges inside a pixel shade
+// it partially. Bars are (left, top, width, height) in pixels, column i spanning [i, i + 1).
+std::vector<unsigned char> Board(int cols, int rows, const std::vector<cv::Rect2d>& bars,
+                                 int seed) {
+  cv::Mat fine(rows * 4, cols * 4, CV_8UC1, cv::Scalar(0));
+  for (const cv::Rect2d& bar : bars) {
+    cv::rectangle(fine, cv::Rect(cv::Rect2d(bar.x * 4, bar.y * 4, bar.width * 4, bar.height * 4)),
+                  cv::Scalar(255), -1);
+  }
+  cv::Mat coverage, plane(rows, cols, CV_32F);
+  cv::resize(fine, coverage, cv::Size(cols, rows), 0, 0, cv::INTER_AREA);
+  cv::RNG(seed).fill(plane, cv::RNG::NORMAL, 0.0, 6.0);
+  cv::Mat level;
+  coverage.convertTo(level, CV_32F, 160.0 / 255.0, 40.0);
+  plane += level;
+  cv::Mat bytes;
+  plane.convertTo(bytes, CV_8U);
+  return std::vector<unsigned char>(bytes.datastart, bytes.dataend);
+}
+
+std::vector<cv::Rect2d> Plus(double cx, double cy, double size) {
+  return {{cx - size / 2, cy - size / 6, size, size / 3},
+          {cx - size / 6, cy - size / 2, size / 3, size}};
+}
+
+struct Call {
+  int status;
+  float result[4];
+};
+
+Call Locate(int slot, unsigned char* plane, int cols, int rows, float halfW, float halfH,
+            float prefill = -1.0f) {
+  host::ImgObject img;
+  float para[5] = {static_cast<float>(cols), static_cast<float>(rows), halfW, halfH, 0.0f};
+  Call call{0, {prefill, prefill, prefill, prefill}};
+  void* reserved = nullptr;
+  call.status = img.Call<int>(slot, plane, para, reserved, call.result);
+  return call;
+}
+
+TEST(HostTemplateMark, Slot14FindsACrossAndTriplesItsCentralSquare) {
+  std::vector<unsigned char> plane = Board(120, 100, Plus(47.5, 55.5, 30), 1);
+  const Call call = Locate(kCrossSlot, plane.data(), 120, 100, 15, 15);
+  EXPECT_EQ(call.status, 0);
+  EXPECT_NEAR(call.result[0], 47.5, 1.0);
+  EXPECT_NEAR(call.result[1], 55.5, 1.0);
+  EXPECT_NEAR(call.result[2], 15.0, 1.5);
+  EXPECT_NEAR(call.result[3], 15.0, 1.5);
+}
+
+TEST(HostTemplateMark, Slot18FindsARectangleWithoutScaling) {
+  std::vector<unsigned char> plane = Board(120, 100, {{42.0, 31.0, 40.0, 24.0}}, 2);
+  const Call call = Locate(kRectangleSlot, plane.data(), 120, 100, 20, 12);
+  EXPECT_EQ(call.status, 0);
+  EXPECT_NEAR(call.result[0], 62.0, 1.0);
+  EXPECT_NEAR(call.result[1], 43.0, 1.0);
+  EXPECT_NEAR(call.result[2], 20.0, 1.5);
+  EXPECT_NEAR(call.result[3], 12.0, 1.5);
+}
+
+TEST(HostTemplateMark, NothingFoundCrossKeepsTheCallersSizesRectangleZeroesThem) {
+  cv::Mat noise(100, 120, CV_8UC1);
+  cv::RNG(5).fill(noise, cv::RNG::UNIFORM, 0, 256);
+  std::vector<unsigned char> plane(noise.datastart, noise.dataend);
+  const Call cross = Locate(kCrossSlot, plane.data(), 120, 100, 15, 15);
+  EXPECT_EQ(cross.status, 0);
+  EXPECT_EQ(cross.result[0], 0.0f);
+  EXPECT_EQ(cross.result[1], 0.0f);
+  EXPECT_EQ(cross.result[2], -1.0f);
+  EXPECT_EQ(cross.result[3], -1.0f);
+  const Call rectangle = Locate(kRectangleSlot, plane.data(), 120, 100, 20, 12);
+  EXPECT_EQ(rectangle.status, 0);
+  for (float v : rectangle.result) EXPECT_EQ(v, 0.0f);
+}
+
+TEST(HostTemplateMark, BothSlotsRefuseANullPlaneOrZeroArea) {
+  std::vector<unsigned char> plane(100, 40);
+  for (int slot : {kCrossSlot, kRectangleSlot}) {
+    const Call null = Locate(slot, nullptr, 10, 10, 3, 3);
+    EXPECT_EQ(null.status, -1);
+    for (float v : null.result) EXPECT_EQ(v, 0.0f);
+    const Call empty = Locate(slot, plane.data(), 0, 10, 3, 3);
+    EXPECT_EQ(empty.status, -1);
+    for (float v : empty.result) EXPECT_EQ(v, 0.0f);
+  }
+}
+
+TEST(HostTemplateMark, BothSlotsSurviveNominalSizesTheyCannotMeet) {
+  std::vector<unsigned char> plane = Board(60, 50, {{20.0, 19.0, 20.0, 12.0}}, 3);
+  const float sizes[][2] = {{0, 0}, {-5, 6}, {31, 6}, {10, 1e20f}};
+  for (int slot : {kCrossSlot, kRectangleSlot}) {
+    for (const auto& size : sizes) {
+      const Call call = Locate(slot, plane.data(), 60, 50, size[0], size[1], 0.0f);
+      EXPECT_EQ(call.status, 0);
+      EXPECT_EQ(call.result[0], 0.0f);
+      EXPECT_EQ(call.result[1], 0.0f);
+    }
+  }
+}
+
+}  // namespace
