@@ -297,11 +297,33 @@ class ImgTarn_IF {
   virtual int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst,
                                float* result);
 
-  // Slot 24. COMPUTE_FLAT_FIELD_COEFFICIENTS_DOC
+  // Slot 24. Two-point flat-field calibration: per-sample offsets and gains (the table slot 25
+  // applies) that map a sample reading its first calibration level to a target level.
+  //   stack (in): 6n images of W x H bytes back to back; images 0..2 are the three colour
+  //     planes at the first level, 3..5 at the second; further groups only enter their means.
+  //   para (in): [0] not read, [1] n (groups), [2] W, [3] H, [4] k, odd side of the filter
+  //     window, [5] fHi, [6] fLo (a window sample s takes part when mean*fLo < s < mean*fHi,
+  //     mean = that image's sample mean), [7] target of images 0..2, [8] target of images 3..,
+  //     [9] minCount (fewer accepted samples take the truncated image mean instead).
+  //   notRead: ignored. coefficients (out, 6*W*H floats): 3*W*H offsets, then 3*W*H gains,
+  //     planes 0, 1, 2 in turn. Every plane is corrected with the means of images 2 and 5
+  //     and the target of image 2; where both levels filter equal, the first is nudged by
+  //     1e-5 (very large coefficients). a5 (out): set to 0 first.
+  //   Returns 0. An even k (0 and negatives included) returns at once with only a5 written; so
+  //   do n < 1, W < 1 or H < 1. Negative odd k gives empty windows. A mean of 0 gives
+  //   infinite or NaN coefficients. Pointers and buffer lengths are not checked.
+  //   Example: float p[10] = {0, 1, w, h, 3, 1.5f, 0.5f, 200, 250, 5}; int a5;
+  //            obj->ComputeFlatFieldCoefficients(stack, p, 0, table, &a5);  // table: 6*w*h
   virtual int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int notRead,
                                            float* coefficients, int* a5);
 
-  // Slot 25. APPLY_GAIN_OFFSET_DOC
+  // Slot 25. Per-sample gain and offset: dst[i] = low byte of trunc(src[i] * coefficients[count
+  // + i] + coefficients[i]), in single precision, for i < count. No saturation: 256 gives 0,
+  // -1 gives 255; NaN and infinities give 0.
+  //   src (in) and dst (out): count bytes each (dst may be src). coefficients (in): count
+  //     offsets followed by count gains (the layout slot 24 writes, with count = 3*W*H).
+  //   Returns 0; a null src or coefficients, or count <= 0, does nothing. dst is not checked.
+  //   Example: obj->ApplyGainOffset(planes, table, 3 * w * h, corrected);
   virtual int ApplyGainOffset(unsigned char* src, float* coefficients, int count,
                               unsigned char* dst);
 
@@ -313,16 +335,33 @@ class ImgTarn_IF {
   virtual int SplitPadBlobs(unsigned char* plane, float* para, void* ignored, float* gridShape,
                             unsigned char* blobPixels, int* blobRects);
 
-  // Slot 28. FIND_DOMINANT_LEVELS_DOC
+  // Slot 28. Most frequent grey level of each of three planes, among levels 5..249 only.
+  //   a1, a2, a3 (in): width x height planes. levels (out, 3 bytes): the levels of a1, a2, a3;
+  //     the lowest level wins a tie; a plane with no sample in 5..249 (or a width or height
+  //     below 1) gives 0. Returns 0. Plane pointers are not checked.
+  //   Example: unsigned char levels[3];
+  //            obj->FindDominantLevels(r, g, b, w, h, levels);
   virtual int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3,
                                  int width, int height, unsigned char* levels);
 
-  // Slot 29. FILL_BLACK_HOLES_DOC
+  // Slot 29. Paints the black pixels (R, G and B all <= 5) inside the area showing a
+  // reference colour with that colour, in place, then copies the planes to a5..a7.
+  //   r, g, b (in/out): width x height planes. a5, a6, a7 (out): receive r, g, b.
+  //   para (in): [0] width, [1] height, [2..4] reference R, G, B (low byte of the truncated
+  //     value), [5] worker threads: non-zero calls cv::setNumThreads (process-wide, stays in
+  //     force), 0 leaves OpenCV's setting alone.
+  //   The area is the bounding box of pixels within 5 of the reference in every channel,
+  //   found from one row and one column in twenty (every one on planes under 20 samples);
+  //   its last row and last column are not painted. Rows are painted in parallel through
+  //   cv::parallel_for_. Returns 0; a width or height below 1 does nothing. Pointers are not
+  //   checked.
+  //   Example: float p[6] = {w, h, 120, 80, 40, 0};
+  //            obj->FillBlackHoles(r, g, b, p, outR, outG, outB);
   virtual int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* para,
                              unsigned char* a5, unsigned char* a6, unsigned char* a7);
 
   // Slot 30. Dispatch on trunc(a3[0]): mode 0 runs the windowed median filter
-  // (MEDIAN_DOC); mode 1 returns at once touching nothing; any other mode returns -1.
+  // (described below); mode 1 returns at once touching nothing; any other mode returns -1.
   // The status of modes 0 and 1 carries no meaning.
   virtual int Slot30Dispatch(float* heights, float* filtered, float* para);
 
@@ -346,7 +385,15 @@ class ImgTarn_IF {
   virtual int SaveImagePlanes(unsigned char* path, unsigned char* channel2,
                               unsigned char* channel1, unsigned char* channel0, float* para);
 
-  // Slot 33. RESIZE_PLANES_DOC
+  // Slot 33. Resizes three planes with cv::resize into the caller's destination planes.
+  //   a1, a2, a3 (in): source planes; a4, a5, a6 (out): destination planes (a1 -> a4,
+  //     a2 -> a5, a3 -> a6).
+  //   para (in): [0] source width, [1] source height, [2] destination width, [3] destination
+  //     height, [4] 1 = bicubic, any other value bilinear.
+  //   Returns -1, touching nothing, when the destination width or height is below 1; else 0.
+  //   A source size below 1 raises cv::Exception (empty source). Pointers are not checked.
+  //   Example: float p[5] = {640, 480, 320, 240, 0};
+  //            obj->ResizePlanes(r, g, b, smallR, smallG, smallB, p);
   virtual int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3,
                            unsigned char* a4, unsigned char* a5, unsigned char* a6, float* para);
 
@@ -359,7 +406,17 @@ class ImgTarn_IF {
   //            obj->DrawContourMask(mask, plane, p);
   virtual int DrawContourMask(unsigned char* mask, unsigned char* plane, float* para);
 
-  // Slot 35. COUNTING_SORT_VALUES_DOC
+  // Slot 35. Counting sort of 32-bit integers in place, with an optional stable permutation.
+  //   values (in/out): n integers. permutation (out, n ints): input position of each sorted
+  //     entry; equal values keep their input order.
+  //   para (in): [0] n, [1] 1 = ascending, any other value descending, [2] K: 0 sorts all;
+  //     otherwise writing stops after the value whose repetitions bring the count to K or
+  //     more (later entries keep their values), [3] 1 = write the permutation (only for the
+  //     entries written), any other value leaves it untouched.
+  //   Returns 0; n <= 0 does nothing. Memory grows with the value spread only while it is
+  //   comparable to n (wider spreads sort a copy). Pointers are not checked.
+  //   Example: int v[4] = {3, 1, 2, 1}, perm[4]; float p[4] = {4, 1, 0, 1};
+  //            obj->CountingSortValues(v, p, perm);  // v = 1 1 2 3, perm = 1 3 2 0
   virtual int CountingSortValues(int* values, float* para, int* permutation);
 
   std::int32_t tag = 5;  // set to 5 by the factory; read by no operation
