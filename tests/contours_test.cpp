@@ -1,13 +1,14 @@
 // Contour utilities on synthetic planes whose answers are known by construction.
-#include <cmath>
-#include <limits>
-#include <vector>
+#include "contours/contours.hpp"
 
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
-#include "contours/contours.hpp"
 
 namespace imgtarn::contours {
 namespace {
@@ -57,8 +58,7 @@ TEST(DrawContoursAllExternal, OutlinesEveryBlobOverEachTargetWithItsLevel) {
   para[3] = 1;
   para[5] = 200;
   para[7] = 90;
-  ASSERT_EQ(DrawContoursAllExternal(source.data(), para.data(), red.data(), nullptr,
-                                    blue.data()),
+  ASSERT_EQ(DrawContoursAllExternal(source.data(), para.data(), red.data(), nullptr, blue.data()),
             0);
   EXPECT_EQ(para[8], 3.0f);
   EXPECT_EQ(red.At(5, 5), 200);
@@ -136,7 +136,7 @@ TEST(MorphBoundingRects, OpeningDropsSpecksAndClosingJoinsSplitBlobs) {
   Plane source(50, 40);
   FillRect(&source, 5, 5, 10, 12);
   FillRect(&source, 25, 10, 8, 20);
-  FillRect(&source, 28, 10, 1, 20, 0);  // splits the second blob by one column
+  FillRect(&source, 28, 10, 1, 20, 0);           // splits the second blob by one column
   source.Mat().at<unsigned char>(35, 45) = 255;  // a speck
   std::vector<float> para = Para(source, 8 + 4 * 3);
   para[6] = 3;
@@ -340,12 +340,13 @@ TEST_P(FillContoursMalformed, RefusesAndLeavesThePlaneAlone) {
   EXPECT_EQ(target.Count(3), 100);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Arrays, FillContoursMalformed,
-    ::testing::Values(std::vector<int>{-1}, std::vector<int>{1, 0},
-                      std::vector<int>{1, 3, 0, 0, 5, 0},              // runs past the end
-                      std::vector<int>{2, 1, 0, 0},                    // second polygon missing
-                      std::vector<int>{1, 2, 0, 0, 1 << 25, 0}));      // wild coordinate
+// Negative count, empty polygon, a record running past the end, a missing second polygon,
+// a wild coordinate.
+INSTANTIATE_TEST_SUITE_P(Arrays, FillContoursMalformed,
+                         ::testing::Values(std::vector<int>{-1}, std::vector<int>{1, 0},
+                                           std::vector<int>{1, 3, 0, 0, 5, 0},
+                                           std::vector<int>{2, 1, 0, 0},
+                                           std::vector<int>{1, 2, 0, 0, 1 << 25, 0}));
 
 TEST(DrawContourMask, FillsHolesAndLeavesSpecksOut) {
   Plane source(50, 50);
@@ -373,26 +374,27 @@ float gResult[64];
 unsigned char gPlane[64 * 64];
 
 const RefusalCase kRefusals[] = {
-    {"Draw", [](unsigned char* p, float* para) {
+    {"Draw",
+     [](unsigned char* p, float* para) {
        return DrawContoursAllExternal(p, para, gPlane, nullptr, nullptr);
      }},
-    {"Rings", [](unsigned char* p, float* para) {
+    {"Rings",
+     [](unsigned char* p, float* para) {
        return ClassifyRingContours(nullptr, nullptr, nullptr, para, nullptr, p);
      }},
     {"Rects", [](unsigned char* p, float* para) { return MorphBoundingRects(p, para); }},
-    {"Moments", [](unsigned char* p, float* para) {
-       return SegmentByMoments(p, nullptr, para, nullptr, gResult);
-     }},
-    {"Approx", [](unsigned char* p, float* para) {
-       return ApproxContoursDemo(p, para, nullptr, gResult);
-     }},
-    {"Enclosed", [](unsigned char* p, float* para) { return CountEnclosedPixels(p, para, gResult); }},
+    {"Moments", [](unsigned char* p,
+                   float* para) { return SegmentByMoments(p, nullptr, para, nullptr, gResult); }},
+    {"Approx",
+     [](unsigned char* p, float* para) { return ApproxContoursDemo(p, para, nullptr, gResult); }},
+    {"Enclosed",
+     [](unsigned char* p, float* para) { return CountEnclosedPixels(p, para, gResult); }},
     {"Outline", [](unsigned char* p, float* para) { return CountOutlinePixels(p, para, gResult); }},
-    {"Band", [](unsigned char* p, float* para) {
-       return MorphRingBand(nullptr, nullptr, gPlane, para, p);
-     }},
+    {"Band", [](unsigned char* p,
+                float* para) { return MorphRingBand(nullptr, nullptr, gPlane, para, p); }},
     {"Between", [](unsigned char* p, float* para) { return RingBetweenMasks(p, p, gPlane, para); }},
-    {"Fill", [](unsigned char* p, float* para) {
+    {"Fill",
+     [](unsigned char* p, float* para) {
        static const int none[] = {0};
        return FillContours(p, para, none, nullptr);
      }},

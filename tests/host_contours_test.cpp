@@ -1,11 +1,11 @@
 // The contour and lead slots as the host calls them: raw table entries with the host's own
 // argument types, on planes whose answers are known by construction.
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
-#include <vector>
-
-#include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "support/host_library.hpp"
 
@@ -135,8 +135,7 @@ TEST_P(HostSlot19, SelectorPicksEnclosedOrOutlineCount) {
   std::vector<float> para = Para();
   para[3] = GetParam().selector;
   float result[6] = {};
-  ASSERT_EQ(img.Call<int>(19, source.data(), para.data(), static_cast<void*>(nullptr), result),
-            0);
+  ASSERT_EQ(img.Call<int>(19, source.data(), para.data(), static_cast<void*>(nullptr), result), 0);
   EXPECT_EQ(result[0], GetParam().total);
   EXPECT_EQ(result[1], 2.0f);
 }
@@ -160,9 +159,8 @@ TEST_P(HostSlot21, ModeChoosesBandOrRingBetweenMasks) {
   source.Mat()(cv::Rect(10, 10, 10, 10)).setTo(255);
   std::vector<float> para = Para();
   para[3] = 1;
-  ASSERT_EQ(img.Call<int>(21, pad.data(), paste.data(), out.data(), para.data(), mode,
-                          source.data()),
-            0);
+  ASSERT_EQ(
+      img.Call<int>(21, pad.data(), paste.data(), out.data(), para.data(), mode, source.data()), 0);
   if (mode < 100) {
     EXPECT_EQ(pad.At(9, 15), 255);   // band just outside the source square
     EXPECT_EQ(pad.At(5, 5), 0);      // the old pad content is overwritten
@@ -218,8 +216,8 @@ struct LeadScene {
     image(cv::Rect(23, 16, 8, 2)).setTo(100);
   }
   std::vector<float> Para() const {
-    return {60, kSize, 14, 26, 0, 5, 0.9f, 17 + 6.5f, 7 + 12.5f, 1.0f, 120.0f,
-            0, 0, 0, 0, 0, 0, 0, 0, 0};
+    return {60,     kSize, 14, 26, 0, 5, 0.9f, 17 + 6.5f, 7 + 12.5f, 1.0f,
+            120.0f, 0,     0,  0,  0, 0, 0,    0,         0,         0};
   }
   cv::Mat image;
   cv::Mat leadTemplate;

@@ -1,23 +1,24 @@
 // Lead measurement on synthetic images: a lead drawn at a known offset from where the host
 // expects it, cut and judged through the same template.
-#include <limits>
-#include <vector>
+#include "lead/lead.hpp"
 
 #include <gtest/gtest.h>
+
+#include <limits>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
-#include "lead/lead.hpp"
 
 namespace imgtarn::lead {
 namespace {
 
 constexpr int kWidth = 100, kHeight = 60;
-constexpr int kMargin = 4;                   // background kept around the lead in the template
+constexpr int kMargin = 4;  // background kept around the lead in the template
 constexpr int kLeadWidth = 10, kLeadHeight = 24;
 constexpr int kTemplateWidth = kLeadWidth + 2 * kMargin;
 constexpr int kTemplateHeight = kLeadHeight + 2 * kMargin;
-const cv::Point kNominalLead(40, 14);        // top-left of the lead where the host expects it
+const cv::Point kNominalLead(40, 14);  // top-left of the lead where the host expects it
 constexpr float kExpectedX = 40 - kMargin + (kTemplateWidth - 1) / 2.0f;   // 44.5
 constexpr float kExpectedY = 14 - kMargin + (kTemplateHeight - 1) / 2.0f;  // 25.5
 
@@ -50,8 +51,8 @@ std::vector<float> Para(int sideWidth = 6, float minScore = 0.8f) {
   para[6] = minScore;
   para[7] = kExpectedX;
   para[8] = kExpectedY;
-  para[9] = 1.5f;   // position tolerance
-  para[10] = 100;   // brightest acceptable side region
+  para[9] = 1.5f;  // position tolerance
+  para[10] = 100;  // brightest acceptable side region
   return para;
 }
 

@@ -1,9 +1,8 @@
 // Slot 15: each outer contour approximated by a polygon; vertex counts tell triangles,
 // rectangles and round shapes apart.
 #include <cmath>
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -48,7 +47,8 @@ int ApproxContoursDemo(const unsigned char* source, const float* para, unsigned 
       FindExternalContours(Binarize(WrapPlane(source, width, height), params.plane.threshold)),
       params.epsilon);
   std::vector<float> vertexCounts;
-  for (const Contour& polygon : polygons) vertexCounts.push_back(static_cast<float>(polygon.size()));
+  for (const Contour& polygon : polygons)
+    vertexCounts.push_back(static_cast<float>(polygon.size()));
   result[0] = static_cast<float>(polygons.size());
   WriteEntries(result + 1, params.capacity, vertexCounts, 1);
   cv::Mat picture = cv::Mat::zeros(height, width, CV_8UC1);

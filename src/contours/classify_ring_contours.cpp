@@ -1,7 +1,6 @@
 // Slot 7: blobs sorted into rings (one hole) and solids (no hole), with their centres.
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -43,8 +42,8 @@ struct Classified {
 };
 
 // Holes smaller than the minimum are pin holes in a solid blob, not the bore of a ring.
-int CountHoles(const std::vector<Contour>& all, const std::vector<cv::Vec4i>& hierarchy,
-               int outer, double minHoleArea) {
+int CountHoles(const std::vector<Contour>& all, const std::vector<cv::Vec4i>& hierarchy, int outer,
+               double minHoleArea) {
   int holes = 0;
   for (int child = hierarchy[outer][2]; child >= 0; child = hierarchy[child][0])
     if (cv::contourArea(all[child]) >= minHoleArea) ++holes;

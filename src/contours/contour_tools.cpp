@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-
 #include <opencv2/imgproc.hpp>
 
 #include "common/para.hpp"
@@ -27,7 +26,9 @@ int NonNegative(int value) { return value < 0 ? 0 : value; }
 
 int ClampRadius(int radius) { return std::clamp(radius, 0, kMaxRadius); }
 
-unsigned char ClampLevel(int level) { return static_cast<unsigned char>(std::clamp(level, 0, 255)); }
+unsigned char ClampLevel(int level) {
+  return static_cast<unsigned char>(std::clamp(level, 0, 255));
+}
 
 cv::Mat Binarize(const cv::Mat& plane, int threshold) {
   cv::Mat binary;

@@ -3,9 +3,8 @@
 #ifndef IMGTARN_CONTOURS_CONTOUR_TOOLS_HPP
 #define IMGTARN_CONTOURS_CONTOUR_TOOLS_HPP
 
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 namespace imgtarn::contours {
 

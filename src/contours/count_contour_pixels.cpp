@@ -1,7 +1,6 @@
 // Slot 19: per outer contour, the pixels it encloses or the pixels on it.
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -36,8 +35,8 @@ std::vector<float> CountDrawnPixels(const std::vector<Contour>& contours, int th
   return counts;
 }
 
-int CountPerContour(const unsigned char* source, const float* para, float* result,
-                    int thickness, const char* debugTitle) {
+int CountPerContour(const unsigned char* source, const float* para, float* result, int thickness,
+                    const char* debugTitle) {
   if (para == nullptr || result == nullptr) return -1;
   const CountParams params = FromPara(para);
   const int width = params.plane.width, height = params.plane.height;

@@ -1,7 +1,6 @@
 // Slot 34: a filled mask of the plane's blobs (holes filled), small specks left out.
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -40,8 +39,7 @@ int DrawContourMask(unsigned char* mask, const unsigned char* source, float* par
   if (!IsUsablePlane(source, width, height) || mask == nullptr) return -1;
   cv::Mat filled = cv::Mat::zeros(height, width, CV_8UC1);
   const int drawn = DrawFilledBlobs(
-      Binarize(WrapPlane(source, width, height), params.plane.threshold), params.minArea,
-      &filled);
+      Binarize(WrapPlane(source, width, height), params.plane.threshold), params.minArea, &filled);
   CopyIntoPlane(filled, mask);
   para[5] = static_cast<float>(drawn);
   para[6] = static_cast<float>(cv::countNonZero(filled));

@@ -1,9 +1,8 @@
 // Slot 6: outlines of the outer contours drawn over up to three host planes.
 #include <algorithm>
 #include <array>
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -34,8 +33,7 @@ OutlineParams FromPara(const float* para) {
 // Draws the outlines into every target that is present; returns the contour count.
 int OutlineExternalContours(const cv::Mat& source, const OutlineParams& params,
                             const std::array<cv::Mat, 3>& targets) {
-  const std::vector<Contour> outer =
-      FindExternalContours(Binarize(source, params.plane.threshold));
+  const std::vector<Contour> outer = FindExternalContours(Binarize(source, params.plane.threshold));
   for (int i = 0; i < 3; ++i) {
     if (targets[i].empty()) continue;
     cv::Mat target = targets[i];

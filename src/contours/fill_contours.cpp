@@ -1,10 +1,9 @@
 // Slot 22: polygons given by the host as integers, filled into a plane with a level or with
 // the samples of a source plane.
 #include <cstdlib>
+#include <opencv2/imgproc.hpp>
 #include <optional>
 #include <vector>
-
-#include <opencv2/imgproc.hpp>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -73,8 +72,7 @@ int FillContours(unsigned char* target, float* para, const int* contours,
   const FillParams params = FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(target, width, height)) return -1;
-  const std::optional<std::vector<Contour>> polygons =
-      ParsePolygons(contours, params.arrayLength);
+  const std::optional<std::vector<Contour>> polygons = ParsePolygons(contours, params.arrayLength);
   if (!polygons) return -1;
   const cv::Mat mask = FillMask(cv::Size(width, height), *polygons);
   cv::Mat plane = WrapPlane(target, width, height);

@@ -1,7 +1,6 @@
 // Slot 8: the plane opened and closed, then the bounding rectangles of its blobs.
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"

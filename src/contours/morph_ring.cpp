@@ -82,9 +82,9 @@ int RingBetweenMasks(const unsigned char* outerMask, const unsigned char* innerM
       ring == nullptr)
     return -1;
   const int threshold = params.plane.threshold;
-  const cv::Mat between = RingBetween(Binarize(WrapPlane(outerMask, width, height), threshold),
-                                      Binarize(WrapPlane(innerMask, width, height), threshold),
-                                      params.radius);
+  const cv::Mat between =
+      RingBetween(Binarize(WrapPlane(outerMask, width, height), threshold),
+                  Binarize(WrapPlane(innerMask, width, height), threshold), params.radius);
   CopyIntoPlane(between, ring);
   para[5] = static_cast<float>(cv::countNonZero(between));
   para[6] = static_cast<float>(FindExternalContours(between).size());

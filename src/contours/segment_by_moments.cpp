@@ -1,9 +1,8 @@
 // Slot 9: blobs of a plane (optionally inside a region mask) with area and centroid from
 // their pixel moments, and an optional label plane.
 #include <algorithm>
-#include <vector>
-
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -44,9 +43,9 @@ Segments Segment(const cv::Mat& binary, int minArea) {
     const RegionMoments blob = MeasureRegion(outer, binary);
     if (blob.area < minArea || blob.area <= 0) continue;
     ++label;
-    result.entries.insert(result.entries.end(), {static_cast<float>(blob.area),
-                                                 static_cast<float>(blob.cx),
-                                                 static_cast<float>(blob.cy)});
+    result.entries.insert(
+        result.entries.end(),
+        {static_cast<float>(blob.area), static_cast<float>(blob.cx), static_cast<float>(blob.cy)});
     // Only the blob's own pixels carry its label, not its holes.
     const BoxMask region = DrawInBox(outer, cv::FILLED);
     const cv::Rect box(region.origin, region.mask.size());

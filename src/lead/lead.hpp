@@ -6,8 +6,8 @@
 namespace imgtarn::lead {
 
 int CutLeadRois(const unsigned char* image, const unsigned char* leadTemplate, float* para);
-int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate,
-                   const float* para, float* result);
+int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate, const float* para,
+                   float* result);
 
 }  // namespace imgtarn::lead
 

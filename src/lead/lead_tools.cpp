@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "common/para.hpp"
@@ -66,8 +65,8 @@ LeadLayout LocateLead(const LeadPlanes& planes, int sideWidth, float minScore) {
                               layout.box.y + (layout.box.height - 1) / 2.0f);
   const cv::Rect whole(0, 0, planes.image.cols, planes.image.rows);
   sideWidth = std::min(sideWidth, whole.width);  // wider only overflows the rectangle sums
-  layout.left = cv::Rect(layout.box.x - sideWidth, layout.box.y, sideWidth, layout.box.height) &
-                whole;
+  layout.left =
+      cv::Rect(layout.box.x - sideWidth, layout.box.y, sideWidth, layout.box.height) & whole;
   layout.right = cv::Rect(layout.box.br().x, layout.box.y, sideWidth, layout.box.height) & whole;
   return layout;
 }

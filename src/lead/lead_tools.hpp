@@ -3,9 +3,8 @@
 #ifndef IMGTARN_LEAD_LEAD_TOOLS_HPP
 #define IMGTARN_LEAD_LEAD_TOOLS_HPP
 
-#include <optional>
-
 #include <opencv2/core.hpp>
+#include <optional>
 
 namespace imgtarn::lead {
 
@@ -34,7 +33,7 @@ std::optional<LeadPlanes> WrapLeadPlanes(const unsigned char* image,
 
 struct LeadLayout {
   bool found = false;
-  float score = 0;   // normalised correlation of the best match, -1..1
+  float score = 0;     // normalised correlation of the best match, -1..1
   cv::Point2f centre;  // centre of the matched box, pixel coordinates
   cv::Rect box;        // the matched template box
   cv::Rect left;       // region left of the box, clipped to the image (may be empty)

@@ -34,7 +34,7 @@ JudgeParams FromPara(const float* para) {
 struct LeadMeasurement {
   cv::Point2f error;
   float leadBrightness = 0;
-  float leftBrightness = 0;   // 0 for a region cut away by the image border
+  float leftBrightness = 0;  // 0 for a region cut away by the image border
   float rightBrightness = 0;
   int judgement = kNotFound;
 };
@@ -53,8 +53,7 @@ int Judge(const LeadMeasurement& m, const JudgeParams& params) {
   return judgement;
 }
 
-LeadMeasurement Measure(const cv::Mat& image, const LeadLayout& layout,
-                        const JudgeParams& params) {
+LeadMeasurement Measure(const cv::Mat& image, const LeadLayout& layout, const JudgeParams& params) {
   LeadMeasurement m;
   if (!layout.found) return m;
   m.error = layout.centre - params.expected;
@@ -80,14 +79,13 @@ void WriteResult(const LeadLayout& layout, const LeadMeasurement& m, float* resu
 
 }  // namespace
 
-int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate,
-                   const float* para, float* result) {
+int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate, const float* para,
+                   float* result) {
   if (para == nullptr || result == nullptr) return -1;
   const JudgeParams params = FromPara(para);
   const std::optional<LeadPlanes> planes = WrapLeadPlanes(image, leadTemplate, params.search);
   if (!planes) return -1;
-  const LeadLayout layout =
-      LocateLead(*planes, params.search.sideWidth, params.search.minScore);
+  const LeadLayout layout = LocateLead(*planes, params.search.sideWidth, params.search.minScore);
   WriteResult(layout, Measure(planes->image, layout, params), result);
   if (params.search.debug) {
     debug_view::Show("matLeadMeasure", DrawLayout(planes->image, layout));
