@@ -28,11 +28,16 @@ enum class Kind { kRandom, kTextured, kFlat, kHighContrast, kDarkBoard };
 
 std::string KindName(Kind kind) {
   switch (kind) {
-    case Kind::kRandom: return "Random";
-    case Kind::kTextured: return "Textured";
-    case Kind::kFlat: return "Flat";
-    case Kind::kHighContrast: return "HighContrast";
-    case Kind::kDarkBoard: return "DarkBoard";
+    case Kind::kRandom:
+      return "Random";
+    case Kind::kTextured:
+      return "Textured";
+    case Kind::kFlat:
+      return "Flat";
+    case Kind::kHighContrast:
+      return "HighContrast";
+    case Kind::kDarkBoard:
+      return "DarkBoard";
   }
   return "";
 }
@@ -141,8 +146,8 @@ INSTANTIATE_TEST_SUITE_P(
                                          Kind::kHighContrast, Kind::kDarkBoard),
                        ::testing::Values(cv::Size(1, 1), cv::Size(1, 9), cv::Size(9, 1),
                                          cv::Size(2, 3), cv::Size(3, 3), cv::Size(17, 5),
-                                         cv::Size(45, 31), cv::Size(101, 77),
-                                         cv::Size(257, 193), cv::Size(301, 299))),
+                                         cv::Size(45, 31), cv::Size(101, 77), cv::Size(257, 193),
+                                         cv::Size(301, 299))),
     [](const ::testing::TestParamInfo<OracleCase>& info) {
       const cv::Size size = std::get<1>(info.param);
       return KindName(std::get<0>(info.param)) + "_" + std::to_string(size.width) + "x" +
@@ -184,24 +189,26 @@ INSTANTIATE_TEST_SUITE_P(
     HandBuilt, ThresholdRule,
     ::testing::Values(
         // 10000 pixels, 9000 of them flat: the share never reaches one half.
-        ThresholdCase{"DarkBoardWithFewPads", Histogram(0, 0, 9000, {{50, 200}, {200, 500},
-                                                                     {400, 300}}),
-                      400, 10000, {0, 0}},
+        ThresholdCase{"DarkBoardWithFewPads",
+                      Histogram(0, 0, 9000, {{50, 200}, {200, 500}, {400, 300}}),
+                      400,
+                      10000,
+                      {0, 0}},
         // 1024 pixels, 8 in each of 1..128: p = 65/128, so high = 64 (65 bins at or above);
         // q = p + 0.3, first exceeded by the 104 bins above 24.
         ThresholdCase{"GradientsEverywhere", Histogram(1, 128, 8), 128, 1024, {24, 64}},
         // A top bin of 1/8 raises p to 0.625: high drops from 65 to 49, low lands on 9.
-        ThresholdCase{"TopBinRaisesTheTargets", Histogram(1, 112, 8, {{200, 128}}), 200, 1024,
-                      {9, 49}},
+        ThresholdCase{
+            "TopBinRaisesTheTargets", Histogram(1, 112, 8, {{200, 128}}), 200, 1024, {9, 49}},
         // 30 % flat: high at 28 (73 bins of 0.7 % reach 0.507), the low target is never met.
-        ThresholdCase{"LowTargetNeverReached", Histogram(1, 100, 7, {{0, 300}}), 100, 1000,
-                      {0, 28}},
+        ThresholdCase{
+            "LowTargetNeverReached", Histogram(1, 100, 7, {{0, 300}}), 100, 1000, {0, 28}},
         ThresholdCase{"FlatImage", Histogram(0, 0, 500), 0, 500, {0, 0}},
         ThresholdCase{"NoPixels", Histogram(0, 0, 0), 0, 0, {0, 0}},
         // Every magnitude in one bin: share 1 at once, but the walk ends before exceeding q.
         ThresholdCase{"SingleMagnitude", Histogram(0, 0, 0, {{300, 64}}), 300, 64, {0, 0}},
-        ThresholdCase{"TwoMagnitudes", Histogram(0, 0, 0, {{300, 32}, {10, 32}}), 300, 64,
-                      {0, 10}}),
+        ThresholdCase{
+            "TwoMagnitudes", Histogram(0, 0, 0, {{300, 32}, {10, 32}}), 300, 64, {0, 10}}),
     [](const ::testing::TestParamInfo<ThresholdCase>& info) { return info.param.name; });
 
 // One step edge across a dark field: a thirty-second of the pixels has a non-zero magnitude,
@@ -282,8 +289,7 @@ TEST(MyCanny, EmptyImageGivesAnEmptyMap) {
 // Slot 23's adapter, on a dark board with pads whose outlines the contour stage fills.
 struct PadBoard {
   static constexpr int kWidth = 121, kHeight = 83;
-  std::vector<cv::Rect> pads{{10, 10, 20, 12}, {50, 15, 8, 40}, {80, 50, 25, 20},
-                             {15, 60, 3, 3}};
+  std::vector<cv::Rect> pads{{10, 10, 20, 12}, {50, 15, 8, 40}, {80, 50, 25, 20}, {15, 60, 3, 3}};
   std::vector<unsigned char> pixels = std::vector<unsigned char>(kWidth * kHeight, 25);
   PadBoard() {
     cv::Mat plane(kHeight, kWidth, CV_8UC1, pixels.data());
@@ -362,14 +368,12 @@ TEST(DetectEdgesCanny, DebugShowsTheEdgeMapAndTheContourResult) {
   EXPECT_EQ(sink.Titles(), std::vector<std::string>{"matEdges"});
   sink.Clear();
   float contours[5] = {PadBoard::kWidth, PadBoard::kHeight, 1, 1, 0};
-  ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), contours, dst.data(), result),
-            0);
+  ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), contours, dst.data(), result), 0);
   EXPECT_EQ(sink.Titles(), (std::vector<std::string>{"matEdges", "matContours"}));
   EXPECT_TRUE(sink.Files().empty());
   sink.Clear();
   contours[3] = 0;
-  ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), contours, dst.data(), result),
-            0);
+  ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), contours, dst.data(), result), 0);
   EXPECT_TRUE(sink.Empty());
 }
 

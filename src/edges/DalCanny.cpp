@@ -165,8 +165,8 @@ void SuppressNonMaxima(const cv::Mat& dx, const cv::Mat& dy, const FramedGrid<in
 // walk never leaves the map.
 void TraceHysteresis(FramedGrid<unsigned char>& map, HysteresisStack& stack) {
   const std::ptrdiff_t step = map.Step();
-  const std::ptrdiff_t neighbours[8] = {-step - 1, -step, -step + 1, -1,
-                                        1,         step - 1, step,     step + 1};
+  const std::ptrdiff_t neighbours[8] = {-step - 1, -step,    -step + 1, -1,
+                                        1,         step - 1, step,      step + 1};
   while (!stack.Empty()) {
     const std::ptrdiff_t offset = stack.Pop();
     for (const std::ptrdiff_t delta : neighbours) {

@@ -39,8 +39,7 @@ CannyThresholds AutoCannyThresholds(const std::vector<int>& histogram, int maxMa
 // Edge map of an 8-bit single-channel image: 255 on edges, 0 elsewhere, allocated to src's
 // size. Raises cv::Exception (code -215, "src.depth() == CV_8U") for any other depth.
 // The flag only squares the chosen thresholds; magnitudes stay L1.
-void MyCanny(cv::InputArray src, cv::OutputArray dst, bool l2gradient,
-             CannyTrace* trace = nullptr);
+void MyCanny(cv::InputArray src, cv::OutputArray dst, bool l2gradient, CannyTrace* trace = nullptr);
 
 // The gradient, suppression and hysteresis steps of MyCanny with thresholds given by the
 // caller (L1 magnitude, 3x3 Sobel, replicated border). Same input rules as MyCanny.
