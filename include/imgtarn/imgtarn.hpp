@@ -234,7 +234,27 @@ class ImgTarn_IF {
   virtual int CountContourPixels(unsigned char* plane, float* para, void* ignored,
                                  float* result);
 
-  // Slot 20. FOLLOW_CAD_OVERLAY_DOC
+  // Slot 20. Scores how well a measured pad blob covers its CAD pad inside a boundary mask.
+  //   boundaryMask, cadPad, measuredPad: para[0] x para[1] masks (any non-zero byte is set;
+  //     in the boundary only 255 counts as inside). None is written: the library moves its
+  //     own copy of the measured blob. ignored: not read.
+  //   para (read only): [0] width, [1] height (rounded: + 0.5, then truncated); [2] debug when
+  //     |para[2]| > 0.00001: closes all windows first, then per pass shows "matOverlapCad"
+  //     (+ file matOverlapCad.bmp), "matCAD", "matSrcOffset" (+ file AfterFollowing.bmp,
+  //     which holds the CAD image), waits for a key, then shows "源图像", "目标模板图像",
+  //     "外模板图像". Files go to the current directory.
+  //   score (out): the better of two passes, 0 or more; 1 = the blob covers the pad and spills
+  //     nowhere. Pass 0 scores the blob where it lies; pass 1 rescales it to the CAD box and
+  //     moves it onto the CAD centroid first. A pass scores the covered share of the pad minus
+  //     the spill inside the boundary (a pixel in the i-th of n 3x3 rings around the pad
+  //     weighs i/n), divided for the scale and both centroid-offset ratios r (v = r or 1/r,
+  //     whichever is <= 1) by 2^(1-v) on pass 0 and by exp(1-v) on pass 1.
+  //   Returns -1 for a null plane (score untouched) or a zero area (score 0); otherwise 0.
+  //     An empty measured or CAD blob scores 0. A boundary of 255 everywhere lets the rings
+  //     grow to the plane's edge.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[3] = {w, h, 0}, score;
+  //            obj->FollowCadOverlay(boundary, cad, measured, para, nullptr, &score);
   virtual int FollowCadOverlay(unsigned char* boundaryMask, unsigned char* cadPad,
                                unsigned char* measuredPad, float* para, void* ignored,
                                float* score);
@@ -327,11 +347,60 @@ class ImgTarn_IF {
   virtual int ApplyGainOffset(unsigned char* src, float* coefficients, int count,
                               unsigned char* dst);
 
-  // Slot 26. MATCH_PAD_TEMPLATES_DOC
+  // Slot 26. Scores each pad blob that slot 27 wrote against a new grey image of the pads.
+  //   plane: para[0] x para[1] grey samples (read only). ignored: not read.
+  //   para (read only): [0] width, [1] height (truncated); [2] polarity as for slot 27;
+  //     [3] debug (non-zero): windows "拆解图0" (each template in turn), "tmp/debug_Sobel",
+  //     "tmp/debug_threshold"; no files. [4], [5] not read; [6] template count K (truncated):
+  //     the number of blobs slot 27 wrote.
+  //   blobPixels, blobRects (in): slot 27's buffers as it left them. Template i is
+  //     blobRects[4i+2] x blobRects[4i+3] bytes following template i-1 in blobPixels; x and y
+  //     are not read. A template of non-positive size takes no bytes and scores 0.
+  //   scores (out, K floats): scores[0] = 0 first; then scores[i] = the mean of template i's
+  //     best normalised cross-correlation over the Otsu-binarised plane and the shape
+  //     agreement there (covered share of the template minus spilled share after aligning
+  //     the blob, divided by 2^(1-v) for the size ratio; may be negative). About 1 on the
+  //     reference image. A template larger than the plane is matched inside a black border;
+  //     one without a set pixel scores 0.
+  //   Returns 0 always. Null blobPixels or blobRects, K < 1, a null plane or a zero area:
+  //     only scores[0] = 0 is written.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float p[7] = {w, h, 1, 0, 0, 0, grid[1]}, scores[64];
+  //            obj->MatchPadTemplates(plane, p, nullptr, scores, pixels, rects);
   virtual int MatchPadTemplates(unsigned char* plane, float* para, void* ignored, float* scores,
                                 unsigned char* blobPixels, int* blobRects);
 
-  // Slot 27. SPLIT_PAD_BLOBS_DOC
+  // Slot 27. Splits a grey image of pads into pad blobs and reports the pad grid; slot 26
+  // scores later images against the blobs written here.
+  //   plane: para[0] x para[1] grey samples (read only). ignored: not read.
+  //   para (read only): [0] width, [1] height (truncated); [2] polarity: non-zero = pads
+  //     brighter than the ground; [3] debug (non-zero): windows "tmp/debug_Sobel",
+  //     "tmp/debug_threshold", "tmp/debug_Contours", "matFillContours", and in the projection
+  //     method "二值化图片", "二值图像", "水平投影", "垂直投影", "0.jpg", "1.jpg"...; no files.
+  //     [4] grid rows, [5] grid columns (truncated; a grid is given only when both are > 0).
+  //   Contour method: external contours of the Otsu-binarised image (5x5 Gaussian), sorted by
+  //     point count and cut at the first whose area is below 0.3 of the previous one's; each
+  //     blob is the filled-contour mask (255 on 0) inside its contour's bounding box.
+  //   Projection method, only when no contour exists: the strongest closed band of non-empty
+  //     rows or columns (a band touching the right or bottom edge never closes) is split
+  //     across into one blob of grey samples per pad, each one line longer than its pad.
+  //   gridShape (out, 2 floats): [0] rows, [1] columns. Contours: (1, para[5] when a grid is
+  //     given, else the blob count). Projections: (1, n) for a band of rows, (n, 1) for a band
+  //     of columns; n = the given grid value of that axis or the number of blobs.
+  //   blobRects (out, may be null): 4 ints per entry: x, y (top-left in plane pixels), width,
+  //     height. Contours write one entry per blob. Projections write x, y for gridShape[0] *
+  //     gridShape[1] entries (those past the blobs found hold the band's offset or 0, not a
+  //     blob) and width, height per blob.
+  //   blobPixels (out, may be null): the blobs back to back, each width x height bytes row by
+  //     row without padding, in blob order.
+  //   Buffer sizes are not checked. For at most K blobs: blobRects needs 4 * K ints (4 * the
+  //     grid's cell count if a larger grid is given), blobPixels the sum of the blobs'
+  //     width * height, at most K * width * height bytes.
+  //   Returns 0 always. Nothing found (also a null plane or a zero area): gridShape,
+  //     blobRects and blobPixels are left untouched.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float p[6] = {w, h, 1, 0, 0, 0}, grid[2]; int rects[4 * 64];
+  //            obj->SplitPadBlobs(plane, p, nullptr, grid, pixels /* 64 * w * h */, rects);
   virtual int SplitPadBlobs(unsigned char* plane, float* para, void* ignored, float* gridShape,
                             unsigned char* blobPixels, int* blobRects);
 
