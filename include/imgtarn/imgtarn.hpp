@@ -41,18 +41,50 @@ class ImgTarn_IF {
   // returns the sum of the two unsigned bytes it points to (0 to 510). Nothing is checked.
   virtual int SumFirstTwoSamples(void* record);
 
-  // Slot 2. HOUGH_CIRCLE_DEMO_DOC
+  // Slot 2. Shows a test image's Sobel edges ("Sobel Edges") and its Hough circles ("Hough
+  //   Circles", every radius, drawn in colour). a1: zero-terminated path of the test image
+  //   (read as grey). Windows appear only when the process has a display; no key is waited for.
+  //   Returns -1 when a1 is null or the file cannot be read, else 0. Exceptions: none expected.
+  //   Example: obj->HoughCircleDemo((unsigned char*)"board.bmp");
   virtual int HoughCircleDemo(unsigned char* a1);
 
-  // Slot 3. DETECT_CIRCLES_SMOOTHED_DOC
+  // Slot 3. Finds the one circle of a given radius by a single Hough search on the plane
+  //   smoothed 3 x 3. plane: para[0] x para[1] grey samples (read only). paraCount: entries
+  //   of para (at least 5). para (read only): [0] width, [1] height (truncated), [2] radius r,
+  //   [3] Canny threshold of the search (below 1 or NaN: 60), [4] debug (1 shows "Smoothing",
+  //   "Circles Image" and "Circle Found"), [9] radius tolerance t, read only when paraCount > 9
+  //   and used only when above 2 (truncated); otherwise t = 5. Radii searched: r - t .. r + t.
+  //   result: [0], [1] centre x, y, [2] radius of the circle found (not r); 0, 0, 0 when none
+  //   is found, r is 0 or below, or the call is refused (set on entry).
+  //   Of several circles the one whose radius is nearest r wins; ties keep Hough order.
+  //   Returns -1 for a null plane, a non-positive width or height or paraCount < 5, else 0.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[10] = {640, 480, 20, 60, 0}, result[3];
+  //            obj->DetectCirclesSmoothed(plane, para, 5, result);
   virtual int DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount,
                                     float* result);
 
-  // Slot 4. DETECT_CIRCLES_FROM_TEXT_DOC
+  // Slot 4. Slot 5 with its numbers given as zero-terminated texts: texts[0] width (atoi),
+  //   texts[1] height (atoi), texts[2] radius r (atof), texts[3] Canny threshold (atof; below
+  //   1 or NaN: 15). Always shows the smoothed plane in "Hough Circle Transform Demo" (only
+  //   when the process has a display). ignored: not read. result: as slot 3, set to 0, 0, 0 on
+  //   entry. Returns -1 for a null plane, null texts, or a non-positive width or height, else 0.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: char* texts[4] = {w, h, r, t}; float result[3];
+  //            obj->DetectCirclesFromText(plane, texts, nullptr, result);
   virtual int DetectCirclesFromText(unsigned char* plane, char** texts, void* ignored,
                                     float* result);
 
-  // Slot 5. DETECT_CIRCLES_PLAIN_DOC
+  // Slot 5. Finds the one circle of radius near r (searched r - 2 .. r + 2, Hough on the plane
+  //   smoothed 3 x 3, 15 votes): plane width x height grey samples (read only), param1 = the
+  //   search's Canny threshold (0 or below, or NaN: 15). Always shows the smoothed plane in
+  //   "Hough Circle Transform Demo" (only when the process has a display).
+  //   result: [0], [1] centre x, y, [2] radius found (nearest r; ties keep Hough order);
+  //   0, 0, 0 when none is found or r is 0 or below.
+  //   Returns -1 for a null plane or a non-positive width or height (result untouched), else 0.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float result[3];
+  //            obj->DetectCirclesPlain(plane, 640, 480, 20.0f, 60.0f, result);
   virtual int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius,
                                  float param1, float* result);
 
@@ -120,14 +152,50 @@ class ImgTarn_IF {
   virtual int SegmentByMoments(unsigned char* plane, unsigned char* regionMask, float* para,
                                unsigned char* labels, float* result);
 
-  // Slot 10. LOCATE_CIRCLE_MARK_QUICK_DOC
+  // Slot 10. Locates a bright filled circular mark of known radius by the template search
+  //   alone: disc-template correlation (score >= 0.85 wins), else five or more Hough circles
+  //   in the matched region give the centre of their enclosing circle, else a scored search
+  //   of the whole plane (favouring marks cut by the right or bottom border).
+  //   plane: para[0] x para[1] grey samples (read only). ignored: not read.
+  //   para (read only): [0] width, [1] height (truncated), [2] radius r in pixels, [4] debug
+  //   (1 shows "Orginal Image", "Smoothing", "---template find --bilateral", "ROI",
+  //   "tempHCRoi", "--closing circle--", "tempHCRoi2", "guaCircle", "hCRoi"; no file).
+  //   result: [0], [1] centre x, y in plane pixels, [2] = r; all 0 on entry.
+  //   Returns 0 when a centre was written; -1 for a null plane, a non-positive width or
+  //   height, r <= 0 or NaN, a disc template (side 2r + 2) larger than the plane, or no mark.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {200, 160, 20, 0, 0}, result[3];
+  //            if (obj->LocateCircleMarkQuick(plane, para, nullptr, result) == 0) ...
   virtual int LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored,
                                     float* result);
 
-  // Slot 11. LOCATE_CIRCLE_MARK_DOC
+  // Slot 11. Locates a bright filled circular mark of known radius. Stage 1: Hough circles on
+  //   Canny edges checked against a disc-template estimate and refined by gradient profiles
+  //   (marks within 5 px of one border are re-measured in a window flush with that border;
+  //   a template score >= 0.95 there takes the template estimate). Stage 2, only when stage 1
+  //   found at least two edge circles but no centre: the search of slot 10.
+  //   plane, ignored, para: as slot 10 ([4] = 1 shows "Edges Image", "---template find
+  //   --bilateral", "All Found Circles In Edges by HoughCircles", "Using Grad method found the
+  //   best circle.", "The new ROI", "Test the circle's position.", then the stage-2 windows
+  //   with "Original Image", and writes "D:\picture\Result\121401.bmp" after a measurement).
+  //   result: [0], [1] centre x, y in plane pixels, [2] = r when a centre is written;
+  //   [0], [1] are 0 on entry; (0, 0) means no mark.
+  //   Returns 0 when a centre was written; -1 (result 0, 0, 0) for a null plane, a
+  //   non-positive width or height, r <= 0 or NaN, or a disc template (side 2r + 2) larger
+  //   than the plane; -1 when no mark was found.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {200, 160, 20, 0, 0}, result[3];
+  //            obj->LocateCircleMark(plane, para, nullptr, result);  // centre: result[0], [1]
   virtual int LocateCircleMark(unsigned char* plane, float* para, void* ignored, float* result);
 
-  // Slot 12. LOCATE_CIRCLE_MARK_ROI_DOC
+  // Slot 12. Stage 1 of slot 11 on the plane reduced to half size (2 x 2 averaging, radius
+  //   r / 2, centre mapped back as 2 x + 0.5), and at full size when that finds nothing.
+  //   plane, para, result: as slot 11 (result all 0 on entry; [2] = r when written).
+  //   ignored: not read. Half-size centres are good to about two pixels.
+  //   Returns 0 on the first success; -1 when both fail or the input is refused as in slot 11.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {800, 600, 40, 0, 0}, result[3];
+  //            obj->LocateCircleMarkRoi(plane, para, nullptr, result);
   virtual int LocateCircleMarkRoi(unsigned char* plane, float* para, void* ignored,
                                   float* result);
 
@@ -203,7 +271,17 @@ class ImgTarn_IF {
   virtual int MeasureLeadRoi(unsigned char* image, unsigned char* leadTemplate, float* para,
                              float* result);
 
-  // Slot 17. ADJUST_CIRCLE_EDGES_DOC
+  // Slot 17. Refines a circle: on 72 rays from the given centre (0.5 r to 1.5 r) the strongest
+  //   radial Sobel edge of the plane smoothed 3 x 3, weak rays (< 1/4 of the strongest)
+  //   dropped, fitted with cv::fitEllipse. plane: para[0] x para[1] grey samples (read only).
+  //   para (read only): [0] width, [1] height (truncated), [2] centre x, [3] centre y,
+  //   [4] radius r. a3: not read. result: [0] centre x, [1] centre y, [2] and [3] the two
+  //   semi-axes (fitEllipse's box width / 2 and height / 2), [4] its angle in degrees.
+  //   Returns -1 (result untouched) for a null plane, a non-positive width or height, r <= 0
+  //   or fewer than 5 edge points; else 0.
+  //   Exceptions: cv::Exception from OpenCV only.
+  //   Example: float para[5] = {200, 160, 70, 60, 20}, result[5];
+  //            obj->AdjustCircleEdges(plane, para, nullptr, result);
   virtual int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
 
   // Slot 18. Locates one bright, axis-aligned rectangular fiducial of known nominal size.
@@ -432,6 +510,20 @@ class ImgTarn_IF {
   // Slot 30. Dispatch on trunc(a3[0]): mode 0 runs the windowed median filter
   // (described below); mode 1 returns at once touching nothing; any other mode returns -1.
   // The status of modes 0 and 1 carries no meaning.
+  // Mode 0, square-window median of a float plane (width x height floats, rows packed):
+  //   heights (in/out): the plane; receives the medians. filtered (out): receives the plane
+  //     as it was before the call.
+  //   para (in): [0] mode 0, [1] width, [2] height, [3] window k (reaches (k - 1) / 2 samples
+  //     each way, clipped at the borders; k < 0 leaves every window empty), [4] lower limit L,
+  //     [5] upper limit U (both truncated), [6] even-count rule: within 0.001 of 0 the lower
+  //     middle value, within 0.001 of 1 the upper one, else their mean, [7] limit switch:
+  //     |[7]| <= 0.001 takes only samples strictly between L and U, else every sample.
+  //   An empty window (all samples rejected, or k < 0) gives L. The values are sorted with
+  //   an arithmetic exchange in single precision that rounds values of widely different
+  //   magnitude; those rounded values are the result. A width or height below 1 does
+  //   nothing. Pointers are not checked.
+  //   Example: float p[8] = {0, w, h, 5, 0, 1000, 2, 0};
+  //            obj->Slot30Dispatch(heightMap, copy, p);
   virtual int Slot30Dispatch(float* heights, float* filtered, float* para);
 
   // Slot 31. Loads an image file into three planes that the library allocates with
