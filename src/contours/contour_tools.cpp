@@ -72,12 +72,16 @@ BoxMask DrawInBox(const Contour& contour, int thickness) {
   return result;
 }
 
-RegionMoments MeasureRegion(const Contour& contour, const cv::Mat& within) {
+BoxMask EnclosedPixels(const Contour& contour, const cv::Mat& within) {
   BoxMask region = DrawInBox(contour, cv::FILLED);
   if (!within.empty()) {
     const cv::Rect box(region.origin, region.mask.size());
     cv::bitwise_and(region.mask, within(box), region.mask);
   }
+  return region;
+}
+
+RegionMoments MomentsOf(const BoxMask& region) {
   const cv::Moments m = cv::moments(region.mask, true);
   RegionMoments result;
   result.area = m.m00;

@@ -48,14 +48,20 @@ struct BoxMask {
 };
 BoxMask DrawInBox(const Contour& contour, int thickness);
 
-// Pixel moments of the region enclosed by `contour`; with a non-empty `within`, only of the
-// enclosed pixels that are also set there (so a blob's holes do not count).
+// The pixels enclosed by `contour`; with a non-empty `within` (a plane-sized mask), only
+// those also set there (so a blob's holes drop out).
+BoxMask EnclosedPixels(const Contour& contour, const cv::Mat& within = cv::Mat());
+
+// Pixel moments of a box mask.
 struct RegionMoments {
   double area = 0;  // pixel count
   double cx = 0;    // centroid, plane coordinates
   double cy = 0;
 };
-RegionMoments MeasureRegion(const Contour& contour, const cv::Mat& within = cv::Mat());
+RegionMoments MomentsOf(const BoxMask& region);
+inline RegionMoments MeasureRegion(const Contour& contour, const cv::Mat& within = cv::Mat()) {
+  return MomentsOf(EnclosedPixels(contour, within));
+}
 
 // Copies an 8-bit matrix into a host plane of the same size (never reallocates).
 void CopyIntoPlane(const cv::Mat& image, unsigned char* plane);

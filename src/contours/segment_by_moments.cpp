@@ -40,18 +40,15 @@ Segments Segment(const cv::Mat& binary, int minArea) {
   const std::vector<Contour> outers = FindExternalContours(binary);
   int label = 0;
   for (const Contour& outer : outers) {
-    const RegionMoments blob = MeasureRegion(outer, binary);
+    const BoxMask own = EnclosedPixels(outer, binary);  // holes are not the blob's
+    const RegionMoments blob = MomentsOf(own);
     if (blob.area < minArea || blob.area <= 0) continue;
     ++label;
     result.entries.insert(
         result.entries.end(),
         {static_cast<float>(blob.area), static_cast<float>(blob.cx), static_cast<float>(blob.cy)});
-    // Only the blob's own pixels carry its label, not its holes.
-    const BoxMask region = DrawInBox(outer, cv::FILLED);
-    const cv::Rect box(region.origin, region.mask.size());
-    cv::Mat own;
-    cv::bitwise_and(region.mask, binary(box), own);
-    result.labels(box).setTo(cv::Scalar(std::min(label, 255)), own);
+    result.labels(cv::Rect(own.origin, own.mask.size()))
+        .setTo(cv::Scalar(std::min(label, 255)), own.mask);
   }
   return result;
 }
