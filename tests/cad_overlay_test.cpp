@@ -180,6 +180,11 @@ TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
     EXPECT_GT(score, 0.0f);
     previous = score;
   }
+  // A blob filling the whole boundary around a tiny pad spills far more than it covers: the
+  // negative pass-0 score is raised to 0.
+  const cv::Mat tinyPad = Mask(kPlane, {cv::Rect(28, 28, 4, 4)});
+  EXPECT_LT(co::CoverageScore(boundary, tinyPad, boundary, boundary - tinyPad, false), 0.0);
+  EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
 }
 
 TEST(CadOverlay, EmptyMeasuredOrCadPadFailsTheAlignmentAndScoresZero) {
@@ -198,15 +203,6 @@ TEST(CadOverlay, BlobAsWideAsThePlaneFailsPassOne) {
   cv::Mat measured = Mask(kPlane, {cv::Rect(0, 22, 60, 16)});
   co::Alignment alignment;
   EXPECT_FALSE(co::FollowToCad(measured, cad, 1, &alignment));
-}
-
-TEST(CadOverlay, PenaltyOfEachPassAndTheFloorAtZero) {
-  const co::Alignment alignment{0.5f, 2.0f, 1.0f};
-  EXPECT_DOUBLE_EQ(co::PenalisedScore(1.0, alignment, 0),
-                   1.0 / powf(2.0f, 0.5f) / powf(2.0f, 0.5f) / powf(2.0f, 0.0f));
-  EXPECT_DOUBLE_EQ(co::PenalisedScore(1.0, alignment, 1),
-                   1.0 / expf(0.5f) / expf(0.5f) / expf(0.0f));
-  EXPECT_EQ(co::PenalisedScore(-0.3, alignment, 0), 0.0);
 }
 
 // ---- Slot 20 adapter ----
@@ -344,13 +340,6 @@ TEST(ContourSplit, ASpeckOfOneTenthIsDropped) {
   EXPECT_EQ(split->gridCols, 2);
 }
 
-TEST(ContourSplit, KeepsTheFirstContourAlways) {
-  std::vector<std::vector<cv::Point>> contours = {{{0, 0}}, {{0, 0}, {9, 0}, {9, 9}, {0, 9}}};
-  const auto kept = co::KeepDominantContours(contours);
-  ASSERT_EQ(kept.size(), 1u);
-  EXPECT_EQ(kept[0].size(), 4u);  // the larger by points comes first
-}
-
 TEST(SplitPads, DebugOffShowsNothingAndDebugOnShowsTheFrontEndAndContours) {
   RecordingSink sink;
   ScopedSink scope(&sink);
@@ -458,6 +447,18 @@ TEST(Projection, GridEntriesBeyondTheBlobsKeepTheirPresetValues) {
   ASSERT_EQ(split->origins.size(), 4u);
   EXPECT_EQ(split->origins[2], cv::Point(20, 45));
   EXPECT_EQ(split->origins[3], cv::Point(20, 20));
+}
+
+TEST(Projection, DebugShowsProfilesAndNamesStackedBlobsByIndex) {
+  RecordingSink sink;
+  ScopedSink scope(&sink);
+  ASSERT_TRUE(co::ProjectionSplit(PadField(kField, kColumnOfThree), Params(kField, 0, 0, true)));
+  const std::vector<std::string> titles = {"二值化图片", "垂直投影", "水平投影", "二值化图片",
+                                           "水平投影",   "0.jpg",    "1.jpg",    "2.jpg"};
+  EXPECT_EQ(sink.Titles(), titles);
+  sink.Clear();
+  ASSERT_TRUE(co::ProjectionSplit(PadField(kField, kRowOfFour), Params(kField)));
+  EXPECT_TRUE(sink.Empty());
 }
 
 // ---- Blob buffers ----

@@ -14,7 +14,7 @@ OverlayParams OverlayParamsFromPara(const float* para) {
   // Sizes are rounded here, unlike elsewhere: hosts pass them as computed floats.
   params.width = TruncToInt(static_cast<double>(para[0]) + 0.5);
   params.height = TruncToInt(static_cast<double>(para[1]) + 0.5);
-  params.debug = std::fabs(para[2]) > 0.00001f;
+  params.debug = std::fabs(static_cast<double>(para[2])) > 0.00001;
   return params;
 }
 
