@@ -59,8 +59,7 @@ TEST(HostBuffers, Slot29FillsHolesOfANarrowImageAndCopiesThePlanes) {
   r[2 * w + 3] = g[2 * w + 3] = b[2 * w + 3] = 0;
   Bytes o5(w * h), o6(w * h), o7(w * h);
   float para[6] = {w, h, 100, 150, 200, 0};
-  EXPECT_EQ(img.Call<int>(29, r.data(), g.data(), b.data(), para, o5.data(), o6.data(),
-                          o7.data()),
+  EXPECT_EQ(img.Call<int>(29, r.data(), g.data(), b.data(), para, o5.data(), o6.data(), o7.data()),
             0);
   EXPECT_EQ(r, Bytes(w * h, 100));
   EXPECT_EQ(b, Bytes(w * h, 200));
@@ -93,9 +92,9 @@ TEST(HostBuffers, Slot33ResizesIntoTheCallersPlanes) {
   EXPECT_EQ(d2, Bytes(12, 20));
   EXPECT_EQ(d3, Bytes(12, 30));
   para[2] = 0;
-  EXPECT_EQ(img.Call<int>(33, s1.data(), s2.data(), s3.data(), d1.data(), d2.data(),
-                          d3.data(), para),
-            -1);
+  EXPECT_EQ(
+      img.Call<int>(33, s1.data(), s2.data(), s3.data(), d1.data(), d2.data(), d3.data(), para),
+      -1);
 }
 
 TEST(HostBuffers, Slot35SortsWithAStablePermutation) {
