@@ -55,7 +55,7 @@ class ImgTarn_IF {
   //   "Circles Image" and "Circle Found"), [9] radius tolerance t, read only when paraCount > 9
   //   and used only when above 2 (truncated); otherwise t = 5. Radii searched: r - t .. r + t.
   //   result: [0], [1] centre x, y, [2] radius of the circle found (not r); 0, 0, 0 when none
-  //   is found, r is 0 or below, or the call is refused (set on entry).
+  //   is found, r is 0 or below or exceeds the plane's longer side, or the call is refused.
   //   Of several circles the one whose radius is nearest r wins; ties keep Hough order.
   //   Returns -1 for a null plane, a non-positive width or height or paraCount < 5, else 0.
   //   Exceptions: cv::Exception from OpenCV only.
@@ -80,7 +80,7 @@ class ImgTarn_IF {
   //   search's Canny threshold (0 or below, or NaN: 15). Always shows the smoothed plane in
   //   "Hough Circle Transform Demo" (only when the process has a display).
   //   result: [0], [1] centre x, y, [2] radius found (nearest r; ties keep Hough order);
-  //   0, 0, 0 when none is found or r is 0 or below.
+  //   0, 0, 0 when none is found or r is 0 or below or exceeds the plane's longer side.
   //   Returns -1 for a null plane or a non-positive width or height (result untouched), else 0.
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float result[3];
@@ -277,8 +277,8 @@ class ImgTarn_IF {
   //   para (read only): [0] width, [1] height (truncated), [2] centre x, [3] centre y,
   //   [4] radius r. a3: not read. result: [0] centre x, [1] centre y, [2] and [3] the two
   //   semi-axes (fitEllipse's box width / 2 and height / 2), [4] its angle in degrees.
-  //   Returns -1 (result untouched) for a null plane, a non-positive width or height, r <= 0
-  //   or fewer than 5 edge points; else 0.
+  //   Returns -1 (result untouched) for a null plane, a non-positive width or height, r <= 0,
+  //   r larger than the plane's longer side, or fewer than 5 edge points; else 0.
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float para[5] = {200, 160, 70, 60, 20}, result[5];
   //            obj->AdjustCircleEdges(plane, para, nullptr, result);

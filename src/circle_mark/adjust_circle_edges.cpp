@@ -1,5 +1,6 @@
 // Refining a given circle: the strongest radial edge on rays from its centre, fitted with an
 // ellipse (slot 17).
+#include <algorithm>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
@@ -48,7 +49,10 @@ std::optional<RayEdge> StrongestOnRay(const cv::Mat& gx, const cv::Mat& gy, cv::
                                       cv::Point2f direction, float radius) {
   std::vector<float> strengths;
   std::vector<float> reaches;
-  for (float t = kInnerReach * radius; t <= kOuterReach * radius; t += kStep) {
+  // Whole steps, so a large radius cannot stall the walk on a float that no longer grows.
+  const int steps = TruncToInt((kOuterReach - kInnerReach) * radius / kStep);
+  for (int k = 0; k <= steps; ++k) {
+    const float t = kInnerReach * radius + kStep * static_cast<float>(k);
     const cv::Point2f at = centre + direction * t;
     if (!Sampleable(gx, at)) break;
     strengths.push_back(std::fabs(Bilinear(gx, at) * direction.x + Bilinear(gy, at) * direction.y));
@@ -71,7 +75,10 @@ std::optional<RayEdge> StrongestOnRay(const cv::Mat& gx, const cv::Mat& gy, cv::
 
 std::vector<cv::Point2f> StrongestRayEdges(const cv::Mat& plane, cv::Point2f centre, float radius) {
   std::vector<cv::Point2f> points;
-  if (!(radius > 0.0f) || plane.cols < 2 || plane.rows < 2) return points;
+  // A circle larger than the plane has no edge inside it to find.
+  if (!(radius > 0.0f) || radius > static_cast<float>(std::max(plane.cols, plane.rows)) ||
+      plane.cols < 2 || plane.rows < 2)
+    return points;
   const cv::Mat smooth = SmoothPlane(plane);
   cv::Mat gx, gy;
   cv::Sobel(smooth, gx, CV_32F, 1, 0, 3);

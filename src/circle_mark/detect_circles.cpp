@@ -1,4 +1,5 @@
 // Direct Hough detection of one circle (slots 3, 4 and 5): no template, no fall-back.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
@@ -81,8 +82,11 @@ std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float ra
 
 CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params, float* result) {
   ClearResult(result);
-  // A radius of 0 or below (or NaN) describes no circle to look for.
-  if (!(params.radius > 0.0f)) return {};
+  // A radius of 0 or below (or NaN) describes no circle to look for, and a circle larger than
+  // the plane leaves no edge inside it.
+  if (!(params.radius > 0.0f) ||
+      params.radius > static_cast<float>(std::max(smooth.cols, smooth.rows)))
+    return {};
   const CircleList circles =
       HoughGradientCircles(smooth, params.param1, 15.0, params.minRadius, params.maxRadius);
   if (const std::optional<cv::Vec3f> best = NearestRadiusCircle(circles, params.radius)) {
