@@ -64,6 +64,9 @@ cv::Rect ClampRectToImage(cv::Rect rect, int cols, int rows);
 // The one of the width and height ratios cad / measured that lies nearer to 1 (tie: height).
 float NearestUnitScale(const cv::Rect& measured, const cv::Rect& cad);
 cv::Mat Dilate3x3(const cv::Mat& mask);
+// Moves a box that reaches the right or bottom edge back to end one line short of it; a box
+// as wide (or high) as the image ends up at a negative x (or y).
+cv::Rect PullBackFromFarEdges(cv::Rect box, int cols, int rows);
 // Sets `image` to zero and copies `part` into it with its top-left corner at `topLeft`; the
 // parts that fall outside the image are cut off.
 void PlaceAlone(const cv::Mat& part, cv::Point topLeft, cv::Mat& image);

@@ -18,13 +18,6 @@ Alignment OffsetRatios(cv::Point measuredCentre, cv::Point cadCentre, const cv::
   return alignment;
 }
 
-// Moves a box that reaches the right or bottom edge back inside, one line short of it.
-cv::Rect PullBackFromFarEdges(cv::Rect box, int cols, int rows) {
-  if (box.x + box.width >= cols) box.x = box.x + (cols - (box.x + box.width)) - 1;
-  if (box.y + box.height >= rows) box.y = box.y + (rows - (box.y + box.height)) - 1;
-  return box;
-}
-
 // Places `part` at the measured blob's box shifted so that its centroid meets the CAD one.
 void MoveOntoCadCentroid(const cv::Mat& part, const cv::Mat& cad, cv::Mat& measured) {
   const std::optional<cv::Point> measuredCentre = PixelCentroid(measured);

@@ -75,6 +75,12 @@ cv::Mat Dilate3x3(const cv::Mat& mask) {
   return grown;
 }
 
+cv::Rect PullBackFromFarEdges(cv::Rect box, int cols, int rows) {
+  if (box.x + box.width >= cols) box.x = box.x + (cols - (box.x + box.width)) - 1;
+  if (box.y + box.height >= rows) box.y = box.y + (rows - (box.y + box.height)) - 1;
+  return box;
+}
+
 void PlaceAlone(const cv::Mat& part, cv::Point topLeft, cv::Mat& image) {
   image.setTo(cv::Scalar::all(0));
   const cv::Rect target = cv::Rect(topLeft, part.size()) & cv::Rect(0, 0, image.cols, image.rows);

@@ -31,9 +31,7 @@ void FollowPatch(cv::Mat& patch, const cv::Mat& templ) {
   cv::Mat part;
   cv::Size size = ScaledSize(box.size(), NearestUnitScale(box, templBox));
   cv::resize(crop, part, size, 0, 0, cv::INTER_LINEAR);
-  box = cv::Rect(box.tl(), size);
-  if (box.x + box.width >= patch.cols) box.x = box.x + (patch.cols - (box.x + box.width)) - 1;
-  if (box.y + box.height >= patch.rows) box.y = box.y + (patch.rows - (box.y + box.height)) - 1;
+  box = PullBackFromFarEdges(cv::Rect(box.tl(), size), patch.cols, patch.rows);
   if (box.x < 0 || box.y < 0) {
     // The rescaled blob is at least as large as the patch: scale it once more to fit, then
     // let the clamp pull it inside.
