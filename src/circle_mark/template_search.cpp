@@ -9,7 +9,9 @@
 namespace imgtarn::circle_mark {
 namespace {
 
-// Half-width of the radius range inside the template-sized region.
+// Half-width of the radius range inside the template-sized region: 3 pixels for both the quick
+// search and stage 2 of the full one. The edge stage hands nothing better on (its own Hough
+// range is trunc(r) +- 2), and a region only 2r + 2 wide leaves no room for a wider range.
 constexpr float kRegionRadiusSlack = 3.0f;
 // A correlation this high is trusted without any Hough evidence.
 constexpr float kTemplateHitScore = 0.85f;
