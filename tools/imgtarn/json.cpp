@@ -98,7 +98,7 @@ void Value::DumpTo(std::string& out, int indent, int depth) const {
       for (const auto& item : items_) flat = flat && !item.IsArray() && !item.IsObject();
       out += '[';
       for (std::size_t i = 0; i < items_.size(); ++i) {
-        if (i > 0) out += flat ? ", " : ",";
+        if (i > 0) out += flat && indent >= 0 ? ", " : ",";
         if (!flat) NewLine(out, indent, depth + 1);
         items_[i].DumpTo(out, indent, depth + 1);
       }

@@ -1,0 +1,440 @@
+// The imgtarn tool end to end: each test runs the built executable as a person would, on the
+// bundled samples, and checks its JSON against the samples' ground truth. The tool loads the
+// library beside it, so every run also goes through the exported factory and the table.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include "json.hpp"
+
+namespace {
+
+using imgtarn_cli::json::Parse;
+using imgtarn_cli::json::Value;
+
+const std::string kSamples = std::string(IMGTARN_SOURCE_DIR) + "/samples";
+
+std::string Sample(const std::string& name) { return kSamples + "/" + name; }
+
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+struct Outcome {
+  int exit = -1;
+  bool signalled = false;
+  std::string out, err;
+  Value json;  // stdout parsed, when it is JSON
+};
+
+// A scratch folder per test, so that parallel test processes never share files.
+class Scratch {
+ public:
+  Scratch() {
+    char pattern[] = "/tmp/imgtarn_cli_test_XXXXXX";
+    dir_ = mkdtemp(pattern);
+  }
+  ~Scratch() { std::system(("rm -rf " + Quote(dir_)).c_str()); }
+  std::string operator()(const std::string& name) const { return dir_ + "/" + name; }
+
+ private:
+  std::string dir_;
+};
+
+Outcome Imgtarn(const std::vector<std::string>& args) {
+  static int counter = 0;
+  std::string errPath = "/tmp/imgtarn_cli_test_err_" + std::to_string(getpid()) + "_" +
+                        std::to_string(counter++);
+  std::string command = Quote(IMGTARN_CLI);
+  for (const auto& arg : args) command += " " + Quote(arg);
+  command += " 2>" + Quote(errPath);
+  Outcome run;
+  std::FILE* pipe = popen(command.c_str(), "r");
+  char buffer[4096];
+  std::size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, n);
+  int status = pclose(pipe);
+  run.signalled = !WIFEXITED(status);
+  run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.err = ReadFile(errPath);
+  std::remove(errPath.c_str());
+  try {
+    if (!run.out.empty() && run.out[0] == '{') run.json = Parse(run.out);
+  } catch (const std::exception&) {
+  }
+  return run;
+}
+
+const Value& Truth(const std::string& key) {
+  static const Value truth = Parse(ReadFile(Sample("ground_truth.json")));
+  return truth.Get(key);
+}
+
+double Num(const Value& v, const char* key) { return v.Get(key).Number(NAN); }
+
+// Status 1 is the tool's report that the library refused the call: the operation is missing
+// from this library build. Anything else must be a clean run with one JSON object.
+#define EXPECT_RAN(run)                                                               \
+  do {                                                                                \
+    if ((run).exit == 1) GTEST_SKIP() << "operation not available: " << (run).err;    \
+    ASSERT_EQ((run).exit, 0) << (run).err;                                            \
+    ASSERT_TRUE((run).json.IsObject()) << (run).out;                                  \
+  } while (0)
+
+// ---------------------------------------------------------------------------------------------
+// Marks
+
+struct CircleCase {
+  const char* key;
+  bool quick;
+};
+
+class CircleMarkTest : public ::testing::TestWithParam<CircleCase> {};
+
+TEST_P(CircleMarkTest, FindsTheDrawnDiscCentre) {
+  const Value& t = Truth(GetParam().key);
+  std::vector<std::string> args = {"circle-mark", Sample(t.Get("file").String()), "--radius",
+                                   "20"};
+  if (GetParam().quick) args.push_back("--quick");
+  Outcome run = Imgtarn(args);
+  EXPECT_RAN(run);
+  EXPECT_TRUE(run.json.Get("found").Bool());
+  EXPECT_NEAR(Num(run.json, "x"), Num(t, "x"), 2.0);
+  EXPECT_NEAR(Num(run.json, "y"), Num(t, "y"), 2.0);
+  EXPECT_EQ(Num(run.json, "radius"), 20.0);  // the expected radius is reported back
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, CircleMarkTest,
+                         ::testing::Values(CircleCase{"circle_inside", false},
+                                           CircleCase{"circle_border", false},
+                                           CircleCase{"circle_noisy", false},
+                                           CircleCase{"circle_inside", true},
+                                           CircleCase{"circle_border", true},
+                                           CircleCase{"circle_noisy", true}));
+
+TEST(CliHough, ReportsTheCircleItFoundWithItsOwnRadius) {
+  for (const char* key : {"circle_inside", "circle_border"}) {
+    const Value& t = Truth(key);
+    Outcome run = Imgtarn({"hough-circles", Sample(t.Get("file").String()), "--radius", "20"});
+    EXPECT_RAN(run);
+    EXPECT_TRUE(run.json.Get("found").Bool()) << key;
+    EXPECT_NEAR(Num(run.json, "x"), Num(t, "x"), 2.0) << key;
+    EXPECT_NEAR(Num(run.json, "y"), Num(t, "y"), 2.0) << key;
+    EXPECT_NEAR(Num(run.json, "radius"), 20.0, 2.0) << key;
+  }
+}
+
+class BoxMarkTest : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
+
+TEST_P(BoxMarkTest, FindsTheMarkBox) {
+  const Value& t = Truth(GetParam().second);
+  std::string size = std::to_string(static_cast<int>(Num(t, "width"))) + "x" +
+                     std::to_string(static_cast<int>(Num(t, "height")));
+  Outcome run = Imgtarn({GetParam().first, Sample(t.Get("file").String()), "--size", size});
+  EXPECT_RAN(run);
+  EXPECT_TRUE(run.json.Get("found").Bool());
+  EXPECT_NEAR(Num(run.json, "x"), Num(t, "x"), 2.0);
+  EXPECT_NEAR(Num(run.json, "y"), Num(t, "y"), 2.0);
+  EXPECT_NEAR(2 * Num(run.json, "half_width"), Num(t, "width"), 0.15 * Num(t, "width"));
+  EXPECT_NEAR(2 * Num(run.json, "half_height"), Num(t, "height"), 0.15 * Num(t, "height"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, BoxMarkTest,
+                         ::testing::Values(std::make_pair("cross-mark", "cross"),
+                                           std::make_pair("rect-mark", "rect")));
+
+TEST(CliMarks, AnnotationIsAPictureOfTheInputSize) {
+  Scratch scratch;
+  Outcome run = Imgtarn({"circle-mark", Sample("circle_inside.png"), "--radius", "20",
+                     "--annotate", scratch("a.png")});
+  EXPECT_RAN(run);
+  cv::Mat picture = cv::imread(scratch("a.png"), cv::IMREAD_UNCHANGED);
+  ASSERT_FALSE(picture.empty());
+  EXPECT_EQ(picture.cols, 320);
+  EXPECT_EQ(picture.rows, 240);
+  EXPECT_EQ(picture.channels(), 3);
+  // The outline is drawn in green over a grey picture: some pixels are no longer grey.
+  cv::Mat channels[3];
+  cv::split(picture, channels);
+  EXPECT_GT(cv::countNonZero(channels[1] != channels[2]), 50);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Edges, pads, overlay
+
+TEST(CliCanny, EdgesOfACleanDiscLieOnItsOutline) {
+  Scratch scratch;
+  const Value& t = Truth("disc_clean");
+  Outcome run = Imgtarn({"canny", Sample(t.Get("file").String()), "-o", scratch("e.png")});
+  EXPECT_RAN(run);
+  cv::Mat edges = cv::imread(scratch("e.png"), cv::IMREAD_GRAYSCALE);
+  ASSERT_FALSE(edges.empty());
+  EXPECT_EQ(cv::countNonZero(edges), static_cast<int>(Num(run.json, "edge_pixels")));
+  double r = Num(t, "radius"), worst = 0.0;
+  for (int y = 0; y < edges.rows; ++y) {
+    for (int x = 0; x < edges.cols; ++x) {
+      if (edges.at<uchar>(y, x) == 0) continue;
+      worst = std::max(worst, std::fabs(std::hypot(x - Num(t, "x"), y - Num(t, "y")) - r));
+    }
+  }
+  EXPECT_LE(worst, 2.0);
+  EXPECT_GT(Num(run.json, "edge_pixels"), 4.0 * r);  // a closed ring, not a few dots
+}
+
+TEST(CliPads, SplitsThePadsAndMatchesThemInTheLaterPicture) {
+  Scratch scratch;
+  const Value& t = Truth("pads");
+  Outcome split = Imgtarn({"split-pads", Sample(t.Get("file").String()), "--out-dir",
+                       scratch("blobs")});
+  EXPECT_RAN(split);
+  ASSERT_TRUE(split.json.Get("found").Bool()) << split.out;
+  EXPECT_EQ(Num(split.json, "grid_rows"), Num(t, "grid_rows"));
+  EXPECT_EQ(Num(split.json, "grid_cols"), Num(t, "grid_cols"));
+  const Value& blobs = split.json.Get("blobs");
+  ASSERT_EQ(blobs.Size(), t.Get("pads").Size());
+  for (const auto& pad : t.Get("pads").Items()) {
+    bool matched = false;
+    for (const auto& blob : blobs.Items()) {
+      bool near = true;
+      for (const char* k : {"x", "y", "width", "height"}) {
+        near = near && std::fabs(Num(blob, k) - Num(pad, k)) <= 3.0;
+      }
+      matched = matched || near;
+    }
+    EXPECT_TRUE(matched) << "no blob near the pad at x = " << Num(pad, "x");
+  }
+
+  Outcome scene = Imgtarn({"match-pads", Sample(t.Get("scene").String()), "--blobs",
+                       scratch("blobs")});
+  EXPECT_RAN(scene);
+  ASSERT_EQ(scene.json.Get("scores").Size(), blobs.Size());
+  EXPECT_GT(Num(scene.json, "min_score"), 0.9);
+  // A picture without pads scores clearly lower than the moved pads.
+  Outcome other = Imgtarn({"match-pads", Sample("circle_inside.png"), "--blobs", scratch("blobs")});
+  EXPECT_RAN(other);
+  EXPECT_LT(Num(other.json, "min_score"), Num(scene.json, "min_score") - 0.1);
+}
+
+TEST(CliOverlay, ScoresAnExactPadOneAndAShiftedPadLess) {
+  for (const char* key : {"overlay_exact", "overlay_shifted"}) {
+    const Value& t = Truth(key);
+    Outcome run = Imgtarn({"overlay", "--boundary", Sample(t.Get("boundary").String()), "--cad",
+                       Sample(t.Get("cad").String()), "--measured",
+                       Sample(t.Get("measured").String())});
+    EXPECT_RAN(run);
+    if (t.Has("score")) {
+      EXPECT_NEAR(Num(run.json, "score"), Num(t, "score"), 1e-6) << key;
+    } else {
+      EXPECT_GE(Num(run.json, "score"), 0.0) << key;
+      EXPECT_LT(Num(run.json, "score"), Num(t, "score_below")) << key;
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Buffers
+
+TEST(CliBuffers, FillsEveryHoleWithTheReferenceColour) {
+  Scratch scratch;
+  const Value& t = Truth("holes");
+  const Value& c = t.Get("colour");
+  std::string colour = std::to_string(static_cast<int>(Num(c, "r"))) + "," +
+                       std::to_string(static_cast<int>(Num(c, "g"))) + "," +
+                       std::to_string(static_cast<int>(Num(c, "b")));
+  Outcome run = Imgtarn({"fill-holes", Sample(t.Get("file").String()), "--colour", colour, "-o",
+                     scratch("filled.png")});
+  EXPECT_RAN(run);
+  EXPECT_EQ(Num(run.json, "filled"), Num(t, "hole_pixels"));
+  EXPECT_EQ(Num(run.json, "black_after"), 0.0);
+  cv::Mat before = cv::imread(Sample(t.Get("file").String()));
+  cv::Mat after = cv::imread(scratch("filled.png"));
+  ASSERT_EQ(after.size(), before.size());
+  cv::Mat holes;
+  cv::inRange(before, cv::Scalar(0, 0, 0), cv::Scalar(5, 5, 5), holes);
+  cv::Mat painted;
+  cv::inRange(after, cv::Scalar(Num(c, "b"), Num(c, "g"), Num(c, "r")),
+              cv::Scalar(Num(c, "b"), Num(c, "g"), Num(c, "r")), painted);
+  EXPECT_EQ(cv::countNonZero(holes & ~painted), 0);
+
+  Outcome levels = Imgtarn({"levels", Sample(t.Get("file").String())});
+  EXPECT_RAN(levels);
+  for (const char* k : {"r", "g", "b"}) EXPECT_EQ(Num(levels.json.Get("levels"), k), Num(c, k));
+}
+
+TEST(CliBuffers, FlatFieldCorrectionFlattensTheLowCalibrationImage) {
+  Scratch scratch;
+  const Value& t = Truth("flatfield");
+  Outcome calibrate = Imgtarn({"flatfield", "calibrate", Sample(t.Get("low").String()),
+                           Sample(t.Get("high").String()), "-o", scratch("c.bin"),
+                           "--target-low", "128"});
+  EXPECT_RAN(calibrate);
+  Outcome apply = Imgtarn({"flatfield", "apply", Sample(t.Get("low").String()), "--coeffs",
+                       scratch("c.bin"), "-o", scratch("flat.png")});
+  EXPECT_RAN(apply);
+  EXPECT_NEAR(Num(apply.json, "mean"), 128.0, 2.0);
+  EXPECT_LT(Num(apply.json, "stddev"), Num(apply.json, "input_stddev") / 2);
+  // Coefficients of another size are refused, not misapplied.
+  Outcome wrong = Imgtarn({"flatfield", "apply", Sample("pads.png"), "--coeffs", scratch("c.bin"),
+                       "-o", scratch("x.png")});
+  EXPECT_EQ(wrong.exit, 2);
+}
+
+TEST(CliBuffers, MedianRemovesTheHeightSpikes) {
+  Scratch scratch;
+  const Value& t = Truth("heights");
+  Outcome run = Imgtarn({"median", Sample(t.Get("file").String()), "--window", "3", "-o",
+                     scratch("f.tiff")});
+  EXPECT_RAN(run);
+  cv::Mat filtered = cv::imread(scratch("f.tiff"), cv::IMREAD_UNCHANGED);
+  cv::Mat clean = cv::imread(Sample(t.Get("clean").String()), cv::IMREAD_UNCHANGED);
+  ASSERT_EQ(filtered.type(), CV_32FC1);
+  ASSERT_EQ(filtered.size(), clean.size());
+  EXPECT_LT(cv::norm(filtered, clean, cv::NORM_INF), 5.0);
+  EXPECT_GT(Num(run.json.Get("input"), "max"), 800.0);  // the spikes were there
+}
+
+TEST(CliBuffers, ResizeWritesTheRequestedSize) {
+  Scratch scratch;
+  Outcome run = Imgtarn({"resize", Sample("holes.png"), "--size", "100x50", "--cubic", "-o",
+                     scratch("r.png")});
+  EXPECT_RAN(run);
+  cv::Mat image = cv::imread(scratch("r.png"));
+  EXPECT_EQ(image.cols, 100);
+  EXPECT_EQ(image.rows, 50);
+}
+
+TEST(CliBuffers, SortGivesValuesAndPermutation) {
+  Outcome run = Imgtarn({"sort", "3", "1", "2", "1"});
+  EXPECT_RAN(run);
+  EXPECT_EQ(run.json.Get("values").Dump(-1), "[1,1,2,3]");
+  EXPECT_EQ(run.json.Get("permutation").Dump(-1), "[1,3,2,0]");
+  Outcome down = Imgtarn({"sort", "0", "-2", "--descending"});
+  EXPECT_RAN(down);
+  EXPECT_EQ(down.json.Get("values").Dump(-1), "[0,-2]");
+}
+
+TEST(CliContours, CountsTheOuterContoursOfThePads) {
+  Outcome run = Imgtarn({"contours", "count", Sample("pads.png"), "--threshold", "127"});
+  EXPECT_RAN(run);
+  EXPECT_EQ(Num(run.json, "contours"), static_cast<double>(Truth("pads").Get("pads").Size()));
+  EXPECT_EQ(run.json.Get("pixels").Size(), 3u);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Demo and help
+
+TEST(CliDemo, PrintsTheTableAndWritesAnnotatedPictures) {
+  Scratch scratch;
+  Outcome run = Imgtarn({"demo", "--samples", kSamples, "--out", scratch("demo")});
+  ASSERT_EQ(run.exit, 0) << run.err;
+  for (const char* op : {"circle-mark", "cross-mark", "rect-mark", "canny", "split-pads",
+                         "match-pads", "overlay", "fill-holes", "flatfield", "median",
+                         "resize", "levels", "contours count"}) {
+    EXPECT_NE(run.out.find(op), std::string::npos) << op;
+  }
+  EXPECT_NE(run.out.find("operation"), std::string::npos);
+  Value results = Parse(ReadFile(scratch("demo/results.json")));
+  EXPECT_GE(results.Size(), 18u);
+  cv::Mat annotated = cv::imread(scratch("demo/cross-mark_cross.png"));
+  EXPECT_FALSE(annotated.empty());
+}
+
+TEST(CliHelp, EveryCommandDescribesItsOptions) {
+  Outcome overview = Imgtarn({"--help"});
+  ASSERT_EQ(overview.exit, 0);
+  std::stringstream lines(overview.out.substr(overview.out.find("commands:")));
+  std::string line;
+  std::getline(lines, line);
+  int commands = 0;
+  while (std::getline(lines, line) && line.rfind("  ", 0) == 0) {
+    std::string name = line.substr(2, line.find(' ', 2) - 2);
+    Outcome help = Imgtarn({name, "--help"});
+    EXPECT_EQ(help.exit, 0) << name;
+    EXPECT_NE(help.out.find("usage: imgtarn " + name), std::string::npos) << name;
+    EXPECT_NE(help.out.find("--library"), std::string::npos) << name;
+    ++commands;
+  }
+  EXPECT_GE(commands, 15);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Errors a person can act on: exit status 2, one line naming the problem, nothing on stdout.
+
+struct ErrorCase {
+  std::vector<std::string> args;
+  const char* message;
+};
+
+class CliErrorTest : public ::testing::TestWithParam<ErrorCase> {};
+
+TEST_P(CliErrorTest, ExitsWithStatusTwoAndOneLine) {
+  Outcome run = Imgtarn(GetParam().args);
+  EXPECT_FALSE(run.signalled);
+  EXPECT_EQ(run.exit, 2);
+  EXPECT_NE(run.err.find(GetParam().message), std::string::npos) << run.err;
+  EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+  EXPECT_TRUE(run.out.empty()) << run.out;
+}
+
+const std::string kNotImage = Sample("ground_truth.json");
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CliErrorTest,
+    ::testing::Values(
+        ErrorCase{{"circle-mark", "no_such_board.png", "--radius", "20"}, "no such file"},
+        ErrorCase{{"circle-mark", kNotImage, "--radius", "20"}, "is not an image file"},
+        ErrorCase{{"circle-mark", kSamples, "--radius", "20"}, "is a folder"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png")}, "missing option --radius"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "2o"},
+                  "'2o' is not a number"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "150"},
+                  "does not fit the 320x240 image"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius"}, "needs a value"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "20", "--speed"},
+                  "unknown option --speed"},
+        ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "20", "--annotate",
+                   "/no/such/folder/a.png"},
+                  "does not exist"},
+        ErrorCase{{"cross-mark", Sample("cross.png"), "--size", "60"}, "is not a size"},
+        ErrorCase{{"cross-mark", Sample("cross.png"), "--size", "400x60"}, "does not fit"},
+        ErrorCase{{"rect-mark", Sample("rect.png"), "--size", "80x-5"}, "at least 1"},
+        ErrorCase{{"overlay", "--boundary", Sample("pad_cad.png"), "--cad",
+                   Sample("pad_cad.png"), "--measured", Sample("rect.png")},
+                  "same size"},
+        ErrorCase{{"match-pads", Sample("pads.png"), "--blobs", kSamples}, "blobs.json"},
+        ErrorCase{{"median", Sample("heights.tiff"), "-o", "out.png"}, "write a .tiff"},
+        ErrorCase{{"fill-holes", Sample("holes.png"), "--colour", "300,0,0", "-o", "x.png"},
+                  "0..255"},
+        ErrorCase{{"flatfield", "calibrate", Sample("flat_low.png"), "-o", "c.bin"},
+                  "LOW HIGH"},
+        ErrorCase{{"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kNotImage, "-o",
+                   "x.png"},
+                  "wrong file size"},
+        ErrorCase{{"sort", "1", "two"}, "'two' is not a whole number"},
+        ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"},
+        ErrorCase{{"--library", "/no/such/libimgtarn.so", "levels", Sample("holes.png")},
+                  "cannot load the imgtarn library"}));
+
+}  // namespace
