@@ -40,8 +40,8 @@ Border CrossedBorder(cv::Point2f centre, float radius, int margin, cv::Size imag
 
 // The window (side 2r + 10) is aligned flush with the crossed image edge, so the whole visible
 // part of the disc next to that edge is inside it; along the other axis it is centred on the
-// previous centre with the usual 5-pixel margin. Right and bottom are tested before left and
-// top, so a plane narrower than the window takes the far edge.
+// previous centre with the usual 5-pixel margin. The borders are named right, left, bottom,
+// top in that order; a plane too narrow for the disc crosses two of them and gets no window.
 cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size image) {
   const int side = TruncToInt(2.0f * radius + 10.0f);
   int x = TruncToInt(static_cast<float>(TruncToInt(centre.x)) - radius - 5.0f);
