@@ -340,7 +340,10 @@ INSTANTIATE_TEST_SUITE_P(MinimumAreas, ContourStage,
                          ::testing::Values(ContourCase{0, {true, true, true, true}},
                                            ContourCase{17, {true, true, true, false}},
                                            ContourCase{276, {false, true, true, false}},
-                                           ContourCase{600, {false, false, false, false}}));
+                                           ContourCase{600, {false, false, false, false}}),
+                         [](const ::testing::TestParamInfo<ContourCase>& info) {
+                           return "MinArea" + std::to_string(info.param.minArea);
+                         });
 
 TEST(DetectEdgesCanny, RawStageWritesTheEdgeMapAndItsCounts) {
   PadBoard board;
