@@ -340,6 +340,28 @@ TEST(CliContours, CountsTheOuterContoursOfThePads) {
   EXPECT_RAN(run);
   EXPECT_EQ(Num(run.json, "contours"), static_cast<double>(Truth("pads").Get("pads").Size()));
   EXPECT_EQ(run.json.Get("pixels").Size(), 3u);
+  // Each pad encloses its whole rectangle, give or take the softened rim.
+  for (const auto& count : run.json.Get("pixels").Items()) EXPECT_NEAR(count.Number(), 2400, 150);
+}
+
+TEST(CliContours, BoundingRectanglesAndFilledMaskOfThePads) {
+  Scratch scratch;
+  const Value& pads = Truth("pads").Get("pads");
+  Outcome rects = Imgtarn({"contours", "rects", Sample("pads.png"), "--threshold", "127"});
+  EXPECT_RAN(rects);
+  ASSERT_EQ(rects.json.Get("rects").Size(), pads.Size());
+  for (std::size_t i = 0; i < pads.Size(); ++i) {
+    for (const char* k : {"x", "y", "width", "height"}) {
+      // Listed in raster order of the boxes, which for one row of pads is left to right.
+      EXPECT_NEAR(Num(rects.json.Get("rects")[i], k), Num(pads[i], k), 2.0) << i << k;
+    }
+  }
+  Outcome mask = Imgtarn({"contours", "mask", Sample("pads.png"), "--threshold", "127", "-o",
+                          scratch("m.png")});
+  EXPECT_RAN(mask);
+  EXPECT_EQ(Num(mask.json, "blobs"), 3.0);
+  cv::Mat written = cv::imread(scratch("m.png"), cv::IMREAD_GRAYSCALE);
+  EXPECT_EQ(cv::countNonZero(written), static_cast<int>(Num(mask.json, "mask_pixels")));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -120,9 +120,10 @@ json::Value Stats(const float* values, std::size_t count) {
     sum += values[i];
   }
   json::Value value = json::Value::Object();
-  value.Set("min", lo);
-  value.Set("mean", count ? sum / static_cast<double>(count) : 0.0);
-  value.Set("max", hi);
+  // Float precision is all the samples carry, so the statistics print like them.
+  value.Set("min", static_cast<float>(lo));
+  value.Set("mean", static_cast<float>(count ? sum / static_cast<double>(count) : 0.0));
+  value.Set("max", static_cast<float>(hi));
   return value;
 }
 

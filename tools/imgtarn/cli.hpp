@@ -76,7 +76,7 @@ cv::Size ParseSize(const std::string& text, const std::string& what);
 namespace slot {
 enum : int {
   kDetectCirclesSmoothed = 3,
-  kDrawContoursAllExternal = 6,
+  kMorphBoundingRects = 8,
   kLocateCircleMarkQuick = 10,
   kLocateCircleMark = 11,
   kLocateCrossMark = 14,
@@ -94,6 +94,7 @@ enum : int {
   kLoadImagePlanes = 31,
   kSaveImagePlanes = 32,
   kResizePlanes = 33,
+  kDrawContourMask = 34,
   kCountingSortValues = 35,
 };
 }  // namespace slot

@@ -62,9 +62,10 @@ void AppendEscaped(std::string& out, const std::string& text) {
   out += '"';
 }
 
-// Shortest text that reads back as the same float for values that came from a float; whole
-// numbers print without a fraction. JSON has no NaN or infinity, so those print as null.
-void AppendNumber(std::string& out, double value) {
+// Whole numbers print without a fraction; a value that came from a float prints with the
+// fewest digits that read back as that float (19.6, not 19.6000004). JSON has no NaN or
+// infinity, so those print as null.
+void AppendNumber(std::string& out, double value, bool single) {
   if (!std::isfinite(value)) {
     out += "null";
     return;
@@ -72,8 +73,13 @@ void AppendNumber(std::string& out, double value) {
   char buffer[32];
   if (value == std::floor(value) && std::fabs(value) < 1e15) {
     std::snprintf(buffer, sizeof buffer, "%.0f", value);
+  } else if (single) {
+    for (int digits = 6; digits <= 9; ++digits) {
+      std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+      if (std::strtof(buffer, nullptr) == static_cast<float>(value)) break;
+    }
   } else {
-    std::snprintf(buffer, sizeof buffer, "%.9g", value);
+    std::snprintf(buffer, sizeof buffer, "%.10g", value);
   }
   out += buffer;
 }
@@ -90,7 +96,7 @@ void Value::DumpTo(std::string& out, int indent, int depth) const {
   switch (kind_) {
     case Kind::kNull: out += "null"; return;
     case Kind::kBool: out += bool_ ? "true" : "false"; return;
-    case Kind::kNumber: AppendNumber(out, number_); return;
+    case Kind::kNumber: AppendNumber(out, number_, single_); return;
     case Kind::kString: AppendEscaped(out, string_); return;
     case Kind::kArray: {
       // Arrays of plain numbers stay on one line: coordinates read better that way.

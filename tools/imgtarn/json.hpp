@@ -16,7 +16,8 @@ class Value {
   Value() = default;
   Value(bool b) : kind_(Kind::kBool), bool_(b) {}  // NOLINT: literals read naturally
   Value(double d) : kind_(Kind::kNumber), number_(d) {}  // NOLINT
-  Value(float f) : Value(static_cast<double>(f)) {}      // NOLINT
+  // A float prints with the fewest digits that read back as the same float.
+  Value(float f) : kind_(Kind::kNumber), number_(f), single_(true) {}  // NOLINT
   Value(int i) : Value(static_cast<double>(i)) {}        // NOLINT
   Value(long long i) : Value(static_cast<double>(i)) {}  // NOLINT
   Value(const char* s) : kind_(Kind::kString), string_(s) {}          // NOLINT
@@ -57,6 +58,7 @@ class Value {
   Kind kind_ = Kind::kNull;
   bool bool_ = false;
   double number_ = 0.0;
+  bool single_ = false;
   std::string string_;
   std::vector<Value> items_;
   std::vector<std::pair<std::string, Value>> members_;

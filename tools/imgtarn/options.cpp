@@ -163,7 +163,9 @@ OptionSpec AnnotateOption() {
 }
 
 OptionSpec DebugOption() {
-  return {"debug", "", "switch on the operation's own debug windows and files"};
+  return {"debug", "",
+          "switch on the operation's own debug windows and files (files go to the current "
+          "folder)"};
 }
 
 }  // namespace imgtarn_cli
