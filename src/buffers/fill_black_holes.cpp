@@ -11,7 +11,8 @@ namespace imgtarn::buffers {
 namespace {
 
 constexpr int kMatchTolerance = 5;  // a channel within 5 of the reference matches
-constexpr int kSampleDivisor = 20;  // one row and one column in twenty are scanned
+// One row and one column in twenty: the scan then costs about a tenth of a full pass.
+constexpr int kSampleDivisor = 20;
 
 bool Near(unsigned char value, unsigned char reference) {
   return value >= reference - kMatchTolerance && value <= reference + kMatchTolerance;
