@@ -1,6 +1,7 @@
 // The imgtarn tool end to end: each test runs the built executable as a person would, on the
 // bundled samples, and checks its JSON against the samples' ground truth. The tool loads the
 // library beside it, so every run also goes through the exported factory and the table.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,13 +11,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-#include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
 
 #include "json.hpp"
 
@@ -65,8 +64,8 @@ class Scratch {
 
 Outcome Imgtarn(const std::vector<std::string>& args) {
   static int counter = 0;
-  std::string errPath = "/tmp/imgtarn_cli_test_err_" + std::to_string(getpid()) + "_" +
-                        std::to_string(counter++);
+  std::string errPath =
+      "/tmp/imgtarn_cli_test_err_" + std::to_string(getpid()) + "_" + std::to_string(counter++);
   std::string command = Quote(IMGTARN_CLI);
   for (const auto& arg : args) command += " " + Quote(arg);
   command += " 2>" + Quote(errPath);
@@ -96,11 +95,11 @@ double Num(const Value& v, const char* key) { return v.Get(key).Number(NAN); }
 
 // Status 1 is the tool's report that the library refused the call: the operation is missing
 // from this library build. Anything else must be a clean run with one JSON object.
-#define EXPECT_RAN(run)                                                               \
-  do {                                                                                \
-    if ((run).exit == 1) GTEST_SKIP() << "operation not available: " << (run).err;    \
-    ASSERT_EQ((run).exit, 0) << (run).err;                                            \
-    ASSERT_TRUE((run).json.IsObject()) << (run).out;                                  \
+#define EXPECT_RAN(run)                                                            \
+  do {                                                                             \
+    if ((run).exit == 1) GTEST_SKIP() << "operation not available: " << (run).err; \
+    ASSERT_EQ((run).exit, 0) << (run).err;                                         \
+    ASSERT_TRUE((run).json.IsObject()) << (run).out;                               \
   } while (0)
 
 // ---------------------------------------------------------------------------------------------
@@ -115,8 +114,7 @@ class CircleMarkTest : public ::testing::TestWithParam<CircleCase> {};
 
 TEST_P(CircleMarkTest, FindsTheDrawnDiscCentre) {
   const Value& t = Truth(GetParam().key);
-  std::vector<std::string> args = {"circle-mark", Sample(t.Get("file").String()), "--radius",
-                                   "20"};
+  std::vector<std::string> args = {"circle-mark", Sample(t.Get("file").String()), "--radius", "20"};
   if (GetParam().quick) args.push_back("--quick");
   Outcome run = Imgtarn(args);
   EXPECT_RAN(run);
@@ -126,13 +124,11 @@ TEST_P(CircleMarkTest, FindsTheDrawnDiscCentre) {
   EXPECT_EQ(Num(run.json, "radius"), 20.0);  // the expected radius is reported back
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, CircleMarkTest,
-                         ::testing::Values(CircleCase{"circle_inside", false},
-                                           CircleCase{"circle_border", false},
-                                           CircleCase{"circle_noisy", false},
-                                           CircleCase{"circle_inside", true},
-                                           CircleCase{"circle_border", true},
-                                           CircleCase{"circle_noisy", true}));
+INSTANTIATE_TEST_SUITE_P(
+    Samples, CircleMarkTest,
+    ::testing::Values(CircleCase{"circle_inside", false}, CircleCase{"circle_border", false},
+                      CircleCase{"circle_noisy", false}, CircleCase{"circle_inside", true},
+                      CircleCase{"circle_border", true}, CircleCase{"circle_noisy", true}));
 
 TEST(CliHough, ReportsTheCircleItFoundWithItsOwnRadius) {
   for (const char* key : {"circle_inside", "circle_border"}) {
@@ -167,8 +163,8 @@ INSTANTIATE_TEST_SUITE_P(Samples, BoxMarkTest,
 
 TEST(CliMarks, AnnotationIsAPictureOfTheInputSize) {
   Scratch scratch;
-  Outcome run = Imgtarn({"circle-mark", Sample("circle_inside.png"), "--radius", "20",
-                     "--annotate", scratch("a.png")});
+  Outcome run = Imgtarn({"circle-mark", Sample("circle_inside.png"), "--radius", "20", "--annotate",
+                         scratch("a.png")});
   EXPECT_RAN(run);
   cv::Mat picture = cv::imread(scratch("a.png"), cv::IMREAD_UNCHANGED);
   ASSERT_FALSE(picture.empty());
@@ -206,8 +202,8 @@ TEST(CliCanny, EdgesOfACleanDiscLieOnItsOutline) {
 TEST(CliPads, SplitsThePadsAndMatchesThemInTheLaterPicture) {
   Scratch scratch;
   const Value& t = Truth("pads");
-  Outcome split = Imgtarn({"split-pads", Sample(t.Get("file").String()), "--out-dir",
-                       scratch("blobs")});
+  Outcome split =
+      Imgtarn({"split-pads", Sample(t.Get("file").String()), "--out-dir", scratch("blobs")});
   EXPECT_RAN(split);
   ASSERT_TRUE(split.json.Get("found").Bool()) << split.out;
   EXPECT_EQ(Num(split.json, "grid_rows"), Num(t, "grid_rows"));
@@ -226,8 +222,8 @@ TEST(CliPads, SplitsThePadsAndMatchesThemInTheLaterPicture) {
     EXPECT_TRUE(matched) << "no blob near the pad at x = " << Num(pad, "x");
   }
 
-  Outcome scene = Imgtarn({"match-pads", Sample(t.Get("scene").String()), "--blobs",
-                       scratch("blobs")});
+  Outcome scene =
+      Imgtarn({"match-pads", Sample(t.Get("scene").String()), "--blobs", scratch("blobs")});
   EXPECT_RAN(scene);
   ASSERT_EQ(scene.json.Get("scores").Size(), blobs.Size());
   EXPECT_GT(Num(scene.json, "min_score"), 0.9);
@@ -240,9 +236,9 @@ TEST(CliPads, SplitsThePadsAndMatchesThemInTheLaterPicture) {
 TEST(CliOverlay, ScoresAnExactPadOneAndAShiftedPadLess) {
   for (const char* key : {"overlay_exact", "overlay_shifted"}) {
     const Value& t = Truth(key);
-    Outcome run = Imgtarn({"overlay", "--boundary", Sample(t.Get("boundary").String()), "--cad",
-                       Sample(t.Get("cad").String()), "--measured",
-                       Sample(t.Get("measured").String())});
+    Outcome run =
+        Imgtarn({"overlay", "--boundary", Sample(t.Get("boundary").String()), "--cad",
+                 Sample(t.Get("cad").String()), "--measured", Sample(t.Get("measured").String())});
     EXPECT_RAN(run);
     if (t.Has("score")) {
       EXPECT_NEAR(Num(run.json, "score"), Num(t, "score"), 1e-6) << key;
@@ -264,7 +260,7 @@ TEST(CliBuffers, FillsEveryHoleWithTheReferenceColour) {
                        std::to_string(static_cast<int>(Num(c, "g"))) + "," +
                        std::to_string(static_cast<int>(Num(c, "b")));
   Outcome run = Imgtarn({"fill-holes", Sample(t.Get("file").String()), "--colour", colour, "-o",
-                     scratch("filled.png")});
+                         scratch("filled.png")});
   EXPECT_RAN(run);
   EXPECT_EQ(Num(run.json, "filled"), Num(t, "hole_pixels"));
   EXPECT_EQ(Num(run.json, "black_after"), 0.0);
@@ -286,26 +282,26 @@ TEST(CliBuffers, FillsEveryHoleWithTheReferenceColour) {
 TEST(CliBuffers, FlatFieldCorrectionFlattensTheLowCalibrationImage) {
   Scratch scratch;
   const Value& t = Truth("flatfield");
-  Outcome calibrate = Imgtarn({"flatfield", "calibrate", Sample(t.Get("low").String()),
-                           Sample(t.Get("high").String()), "-o", scratch("c.bin"),
-                           "--target-low", "128"});
+  Outcome calibrate =
+      Imgtarn({"flatfield", "calibrate", Sample(t.Get("low").String()),
+               Sample(t.Get("high").String()), "-o", scratch("c.bin"), "--target-low", "128"});
   EXPECT_RAN(calibrate);
   Outcome apply = Imgtarn({"flatfield", "apply", Sample(t.Get("low").String()), "--coeffs",
-                       scratch("c.bin"), "-o", scratch("flat.png")});
+                           scratch("c.bin"), "-o", scratch("flat.png")});
   EXPECT_RAN(apply);
   EXPECT_NEAR(Num(apply.json, "mean"), 128.0, 2.0);
   EXPECT_LT(Num(apply.json, "stddev"), Num(apply.json, "input_stddev") / 2);
   // Coefficients of another size are refused, not misapplied.
   Outcome wrong = Imgtarn({"flatfield", "apply", Sample("pads.png"), "--coeffs", scratch("c.bin"),
-                       "-o", scratch("x.png")});
+                           "-o", scratch("x.png")});
   EXPECT_EQ(wrong.exit, 2);
 }
 
 TEST(CliBuffers, MedianRemovesTheHeightSpikes) {
   Scratch scratch;
   const Value& t = Truth("heights");
-  Outcome run = Imgtarn({"median", Sample(t.Get("file").String()), "--window", "3", "-o",
-                     scratch("f.tiff")});
+  Outcome run =
+      Imgtarn({"median", Sample(t.Get("file").String()), "--window", "3", "-o", scratch("f.tiff")});
   EXPECT_RAN(run);
   cv::Mat filtered = cv::imread(scratch("f.tiff"), cv::IMREAD_UNCHANGED);
   cv::Mat clean = cv::imread(Sample(t.Get("clean").String()), cv::IMREAD_UNCHANGED);
@@ -317,8 +313,8 @@ TEST(CliBuffers, MedianRemovesTheHeightSpikes) {
 
 TEST(CliBuffers, ResizeWritesTheRequestedSize) {
   Scratch scratch;
-  Outcome run = Imgtarn({"resize", Sample("holes.png"), "--size", "100x50", "--cubic", "-o",
-                     scratch("r.png")});
+  Outcome run = Imgtarn(
+      {"resize", Sample("holes.png"), "--size", "100x50", "--cubic", "-o", scratch("r.png")});
   EXPECT_RAN(run);
   cv::Mat image = cv::imread(scratch("r.png"));
   EXPECT_EQ(image.cols, 100);
@@ -356,8 +352,8 @@ TEST(CliContours, BoundingRectanglesAndFilledMaskOfThePads) {
       EXPECT_NEAR(Num(rects.json.Get("rects")[i], k), Num(pads[i], k), 2.0) << i << k;
     }
   }
-  Outcome mask = Imgtarn({"contours", "mask", Sample("pads.png"), "--threshold", "127", "-o",
-                          scratch("m.png")});
+  Outcome mask = Imgtarn(
+      {"contours", "mask", Sample("pads.png"), "--threshold", "127", "-o", scratch("m.png")});
   EXPECT_RAN(mask);
   EXPECT_EQ(Num(mask.json, "blobs"), 3.0);
   cv::Mat written = cv::imread(scratch("m.png"), cv::IMREAD_GRAYSCALE);
@@ -371,9 +367,9 @@ TEST(CliDemo, PrintsTheTableAndWritesAnnotatedPictures) {
   Scratch scratch;
   Outcome run = Imgtarn({"demo", "--samples", kSamples, "--out", scratch("demo")});
   ASSERT_EQ(run.exit, 0) << run.err;
-  for (const char* op : {"circle-mark", "cross-mark", "rect-mark", "canny", "split-pads",
-                         "match-pads", "overlay", "fill-holes", "flatfield", "median",
-                         "resize", "levels", "contours count"}) {
+  for (const char* op :
+       {"circle-mark", "cross-mark", "rect-mark", "canny", "split-pads", "match-pads", "overlay",
+        "fill-holes", "flatfield", "median", "resize", "levels", "contours count"}) {
     EXPECT_NE(run.out.find(op), std::string::npos) << op;
   }
   EXPECT_NE(run.out.find("operation"), std::string::npos);
@@ -442,18 +438,17 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{{"cross-mark", Sample("cross.png"), "--size", "60"}, "is not a size"},
         ErrorCase{{"cross-mark", Sample("cross.png"), "--size", "400x60"}, "does not fit"},
         ErrorCase{{"rect-mark", Sample("rect.png"), "--size", "80x-5"}, "at least 1"},
-        ErrorCase{{"overlay", "--boundary", Sample("pad_cad.png"), "--cad",
-                   Sample("pad_cad.png"), "--measured", Sample("rect.png")},
+        ErrorCase{{"overlay", "--boundary", Sample("pad_cad.png"), "--cad", Sample("pad_cad.png"),
+                   "--measured", Sample("rect.png")},
                   "same size"},
         ErrorCase{{"match-pads", Sample("pads.png"), "--blobs", kSamples}, "blobs.json"},
         ErrorCase{{"median", Sample("heights.tiff"), "-o", "out.png"}, "write a .tiff"},
         ErrorCase{{"fill-holes", Sample("holes.png"), "--colour", "300,0,0", "-o", "x.png"},
                   "0..255"},
-        ErrorCase{{"flatfield", "calibrate", Sample("flat_low.png"), "-o", "c.bin"},
-                  "LOW HIGH"},
-        ErrorCase{{"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kNotImage, "-o",
-                   "x.png"},
-                  "wrong file size"},
+        ErrorCase{{"flatfield", "calibrate", Sample("flat_low.png"), "-o", "c.bin"}, "LOW HIGH"},
+        ErrorCase{
+            {"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kNotImage, "-o", "x.png"},
+            "wrong file size"},
         ErrorCase{{"sort", "1", "two"}, "'two' is not a whole number"},
         ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"},
         ErrorCase{{"--library", "/no/such/libimgtarn.so", "levels", Sample("holes.png")},

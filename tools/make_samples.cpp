@@ -6,12 +6,11 @@
 //   make_samples OUTPUT_DIR
 #include <cmath>
 #include <cstdio>
-#include <string>
-#include <vector>
-
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -57,8 +56,8 @@ cv::Mat Soften(const cv::Mat& image) {
   return soft;
 }
 
-void CircleSample(const std::string& key, cv::Point centre, int radius, double noise,
-                  bool clutter, unsigned seed) {
+void CircleSample(const std::string& key, cv::Point centre, int radius, double noise, bool clutter,
+                  unsigned seed) {
   cv::RNG rng(seed);
   cv::Mat board(kBoard, CV_8UC1, cv::Scalar(45));
   if (clutter) {
@@ -78,8 +77,8 @@ void CircleSample(const std::string& key, cv::Point centre, int radius, double n
   noisy += grain;
   noisy.convertTo(image, CV_8UC1);
   Save(key + ".png", image);
-  Truth(key, "\"file\": \"" + key + ".png\", \"x\": " + Num(centre.x) + ", \"y\": " +
-                 Num(centre.y) + ", \"radius\": " + Num(radius));
+  Truth(key, "\"file\": \"" + key + ".png\", \"x\": " + Num(centre.x) +
+                 ", \"y\": " + Num(centre.y) + ", \"radius\": " + Num(radius));
 }
 
 // A plus sign whose bars are a third of its size, as fiducial crosses are made.
@@ -95,8 +94,7 @@ void CrossSample() {
   Save("cross.png", Soften(board));
   // The centre of the pixels covered: an even-sized bar starting at c - 30 centres on c - 0.5.
   Truth("cross", "\"file\": \"cross.png\", \"x\": " + Num(c.x - 0.5) + ", \"y\": " +
-                     Num(c.y - 0.5) +
-                     ", \"width\": " + Num(size) + ", \"height\": " + Num(size));
+                     Num(c.y - 0.5) + ", \"width\": " + Num(size) + ", \"height\": " + Num(size));
 }
 
 void RectSample() {
@@ -104,12 +102,11 @@ void RectSample() {
   cv::Mat board = Board(rng, 40, 3);
   const cv::Point c(170, 110);
   const cv::Size size(80, 50);
-  cv::rectangle(board, cv::Rect(c.x - size.width / 2, c.y - size.height / 2, size.width,
-                                size.height),
+  cv::rectangle(board,
+                cv::Rect(c.x - size.width / 2, c.y - size.height / 2, size.width, size.height),
                 cv::Scalar(200), cv::FILLED);
   Save("rect.png", Soften(board));
-  Truth("rect", "\"file\": \"rect.png\", \"x\": " + Num(c.x - 0.5) + ", \"y\": " +
-                    Num(c.y - 0.5) +
+  Truth("rect", "\"file\": \"rect.png\", \"x\": " + Num(c.x - 0.5) + ", \"y\": " + Num(c.y - 0.5) +
                     ", \"width\": " + Num(size.width) + ", \"height\": " + Num(size.height));
 }
 
@@ -126,12 +123,14 @@ void PadSamples() {
   Save("pads_scene.png", Soften(scene));
   std::string list;
   for (const auto& pad : pads) {
-    list += std::string(list.empty() ? "" : ", ") + "{\"x\": " + Num(pad.x) + ", \"y\": " +
-            Num(pad.y) + ", \"width\": " + Num(pad.width) + ", \"height\": " +
-            Num(pad.height) + "}";
+    list += std::string(list.empty() ? "" : ", ") + "{\"x\": " + Num(pad.x) +
+            ", \"y\": " + Num(pad.y) + ", \"width\": " + Num(pad.width) +
+            ", \"height\": " + Num(pad.height) + "}";
   }
-  Truth("pads", "\"file\": \"pads.png\", \"scene\": \"pads_scene.png\", \"grid_rows\": 1, "
-                "\"grid_cols\": 3, \"pads\": [" + list + "]");
+  Truth("pads",
+        "\"file\": \"pads.png\", \"scene\": \"pads_scene.png\", \"grid_rows\": 1, "
+        "\"grid_cols\": 3, \"pads\": [" +
+            list + "]");
 }
 
 // CAD masks of one pad: the boundary around it, the drawn pad, and two measured blobs.
@@ -148,11 +147,13 @@ void OverlaySamples() {
   Save("pad_boundary.png", boundary);
   Save("pad_cad.png", cad);
   Save("pad_measured.png", shifted);
-  Truth("overlay_exact", "\"boundary\": \"pad_boundary.png\", \"cad\": \"pad_cad.png\", "
-                         "\"measured\": \"pad_cad.png\", \"score\": 1");
-  Truth("overlay_shifted", "\"boundary\": \"pad_boundary.png\", \"cad\": \"pad_cad.png\", "
-                           "\"measured\": \"pad_measured.png\", \"dx\": " + Num(shift.x) +
-                               ", \"dy\": " + Num(shift.y) + ", \"score_below\": 1");
+  Truth("overlay_exact",
+        "\"boundary\": \"pad_boundary.png\", \"cad\": \"pad_cad.png\", "
+        "\"measured\": \"pad_cad.png\", \"score\": 1");
+  Truth("overlay_shifted",
+        "\"boundary\": \"pad_boundary.png\", \"cad\": \"pad_cad.png\", "
+        "\"measured\": \"pad_measured.png\", \"dx\": " +
+            Num(shift.x) + ", \"dy\": " + Num(shift.y) + ", \"score_below\": 1");
 }
 
 // A colour area with black holes in it (three planes: B, G, R as OpenCV stores them).
@@ -196,8 +197,9 @@ void FlatFieldSamples() {
   };
   Save("flat_low.png", shot(90));
   Save("flat_high.png", shot(190));
-  Truth("flatfield", "\"low\": \"flat_low.png\", \"high\": \"flat_high.png\", "
-                     "\"target_low\": 128, \"window\": 5");
+  Truth("flatfield",
+        "\"low\": \"flat_low.png\", \"high\": \"flat_high.png\", "
+        "\"target_low\": 128, \"window\": 5");
 }
 
 // A height map (micrometres) with spikes where the sensor saw nothing useful.
@@ -220,8 +222,10 @@ void HeightSamples() {
   }
   Save("heights.tiff", spiky);
   Save("heights_clean.tiff", clean);
-  Truth("heights", "\"file\": \"heights.tiff\", \"clean\": \"heights_clean.tiff\", "
-                   "\"spikes\": " + Num(spikes) + ", \"window\": 3");
+  Truth("heights",
+        "\"file\": \"heights.tiff\", \"clean\": \"heights_clean.tiff\", "
+        "\"spikes\": " +
+            Num(spikes) + ", \"window\": 3");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // Drawing results over the input picture: people would rather look than read.
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "cli.hpp"
@@ -10,7 +9,9 @@ namespace imgtarn_cli::annotate {
 namespace {
 
 // Line widths grow with the picture so that a 2000-pixel board still shows its marks.
-int Thickness(const cv::Mat& canvas) { return std::max(1, std::max(canvas.cols, canvas.rows) / 600); }
+int Thickness(const cv::Mat& canvas) {
+  return std::max(1, std::max(canvas.cols, canvas.rows) / 600);
+}
 
 // Drawing with 4 bits of sub-pixel precision, so a centre at x.5 is drawn at x.5.
 constexpr int kShift = 4;
@@ -33,20 +34,20 @@ cv::Mat Canvas(const cv::Mat& image) {
 
 void CentreCross(cv::Mat& canvas, cv::Point2f centre, const cv::Scalar& colour, int arm) {
   int t = Thickness(canvas);
-  cv::line(canvas, Fixed(centre - cv::Point2f(arm, 0)), Fixed(centre + cv::Point2f(arm, 0)),
-           colour, t, cv::LINE_AA, kShift);
-  cv::line(canvas, Fixed(centre - cv::Point2f(0, arm)), Fixed(centre + cv::Point2f(0, arm)),
-           colour, t, cv::LINE_AA, kShift);
+  cv::line(canvas, Fixed(centre - cv::Point2f(arm, 0)), Fixed(centre + cv::Point2f(arm, 0)), colour,
+           t, cv::LINE_AA, kShift);
+  cv::line(canvas, Fixed(centre - cv::Point2f(0, arm)), Fixed(centre + cv::Point2f(0, arm)), colour,
+           t, cv::LINE_AA, kShift);
 }
 
 void Circle(cv::Mat& canvas, cv::Point2f centre, float radius, const cv::Scalar& colour) {
-  cv::circle(canvas, Fixed(centre), static_cast<int>(std::lround(radius * (1 << kShift))),
-             colour, Thickness(canvas), cv::LINE_AA, kShift);
+  cv::circle(canvas, Fixed(centre), static_cast<int>(std::lround(radius * (1 << kShift))), colour,
+             Thickness(canvas), cv::LINE_AA, kShift);
 }
 
 void Box(cv::Mat& canvas, const cv::Rect2f& box, const cv::Scalar& colour) {
-  cv::rectangle(canvas, Fixed(box.tl()), Fixed(box.br()), colour, Thickness(canvas),
-                cv::LINE_AA, kShift);
+  cv::rectangle(canvas, Fixed(box.tl()), Fixed(box.br()), colour, Thickness(canvas), cv::LINE_AA,
+                kShift);
 }
 
 void Label(cv::Mat& canvas, const std::string& text, cv::Point origin, const cv::Scalar& colour) {

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <fstream>
 #include <limits>
-
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -17,8 +16,7 @@ namespace {
 
 constexpr float kUnwritten = std::numeric_limits<float>::quiet_NaN();
 
-json::Value Header(const std::string& command, const std::string& image, int width,
-                   int height) {
+json::Value Header(const std::string& command, const std::string& image, int width, int height) {
   json::Value result = json::Value::Object();
   result.Set("command", command);
   result.Set("image", image);
@@ -82,12 +80,11 @@ int RunFillHoles(Context& context, const Args& args) {
   cv::Mat before = BlackMask(planes);
   ColourPlanes filled = planes;
   float para[6] = {static_cast<float>(planes.width), static_cast<float>(planes.height),
-                   static_cast<float>(colour[0]), static_cast<float>(colour[1]),
-                   static_cast<float>(colour[2]), static_cast<float>(threads)};
+                   static_cast<float>(colour[0]),    static_cast<float>(colour[1]),
+                   static_cast<float>(colour[2]),    static_cast<float>(threads)};
   int status = context.Lib().Call<int>(slot::kFillBlackHoles, planes.red.data(),
                                        planes.green.data(), planes.blue.data(), para,
-                                       filled.red.data(), filled.green.data(),
-                                       filled.blue.data());
+                                       filled.red.data(), filled.green.data(), filled.blue.data());
   json::Value result = Header("fill-holes", path, planes.width, planes.height);
   result.Set("colour", ColourJson(colour[0], colour[1], colour[2]));
   if (StatusOrRefused(result, status, "fill-holes: slot 29") != kExitOk) return kExitRefused;
@@ -130,8 +127,9 @@ json::Value Stats(const float* values, std::size_t count) {
 int RunFlatFieldCalibrate(Context& context, const Args& args) {
   const auto& files = args.positionals();
   if (files.size() < 3 || files.size() % 2 == 0) {
-    throw UsageError("calibrate needs LOW HIGH image pairs: flatfield calibrate LOW HIGH "
-                     "[LOW HIGH ...] -o COEFFS");
+    throw UsageError(
+        "calibrate needs LOW HIGH image pairs: flatfield calibrate LOW HIGH "
+        "[LOW HIGH ...] -o COEFFS");
   }
   std::string outPath = args.RequiredText("output");
   int window = args.Integer("window", 5);
@@ -168,8 +166,8 @@ int RunFlatFieldCalibrate(Context& context, const Args& args) {
                     static_cast<float>(args.Integer("min-count", 1))};
   std::vector<float> coefficients(6 * area, kUnwritten);
   int cleared = INT_MIN;
-  int status = context.Lib().Call<int>(slot::kComputeFlatFieldCoefficients, stack.data(), para,
-                                       0, coefficients.data(), &cleared);
+  int status = context.Lib().Call<int>(slot::kComputeFlatFieldCoefficients, stack.data(), para, 0,
+                                       coefficients.data(), &cleared);
   json::Value result = Header("flatfield calibrate", files[1], width, height);
   result.Set("groups", groups);
   if (cleared == INT_MIN) {
@@ -212,9 +210,8 @@ int RunFlatFieldApply(Context& context, const Args& args) {
     source.insert(source.end(), plane->begin(), plane->end());
   }
   std::vector<unsigned char> corrected(3 * area, 0);
-  int status = context.Lib().Call<int>(slot::kApplyGainOffset, source.data(),
-                                       coefficients.data(), static_cast<int>(3 * area),
-                                       corrected.data());
+  int status = context.Lib().Call<int>(slot::kApplyGainOffset, source.data(), coefficients.data(),
+                                       static_cast<int>(3 * area), corrected.data());
   json::Value result = Header("flatfield apply", path, planes.width, planes.height);
   if (StatusOrRefused(result, status, "flatfield apply: slot 25") != kExitOk) {
     return kExitRefused;
@@ -307,8 +304,8 @@ int RunMedian(Context& context, const Args& args) {
                    limited ? 0.0f : 1.0f};
   cv::Mat input = heights.clone();
   cv::Mat copy(heights.size(), CV_32F, cv::Scalar(kUnwritten));
-  int status = context.Lib().Call<int>(slot::kSlot30Dispatch, heights.ptr<float>(),
-                                       copy.ptr<float>(), para);
+  int status =
+      context.Lib().Call<int>(slot::kSlot30Dispatch, heights.ptr<float>(), copy.ptr<float>(), para);
   json::Value result = Header("median", path, heights.cols, heights.rows);
   result.Set("window", window);
   if (std::isnan(copy.at<float>(0, 0))) {
@@ -351,9 +348,9 @@ int RunResize(Context& context, const Args& args) {
   float para[5] = {static_cast<float>(planes.width), static_cast<float>(planes.height),
                    static_cast<float>(size.width), static_cast<float>(size.height),
                    args.Flag("cubic") ? 1.0f : 0.0f};
-  int status = context.Lib().Call<int>(slot::kResizePlanes, planes.red.data(),
-                                       planes.green.data(), planes.blue.data(), out.red.data(),
-                                       out.green.data(), out.blue.data(), para);
+  int status = context.Lib().Call<int>(slot::kResizePlanes, planes.red.data(), planes.green.data(),
+                                       planes.blue.data(), out.red.data(), out.green.data(),
+                                       out.blue.data(), para);
   json::Value result = Header("resize", path, planes.width, planes.height);
   result.Set("interpolation", args.Flag("cubic") ? "cubic" : "linear");
   if (StatusOrRefused(result, status, "resize: slot 33") != kExitOk) return kExitRefused;
@@ -371,9 +368,9 @@ int RunLevels(Context& context, const Args& args) {
   ColourPlanes planes = LoadColour(context.Lib(), path);
   // 255 is never a dominant level (250 and above are left out), so it marks "not written".
   unsigned char levels[3] = {255, 255, 255};
-  int status = context.Lib().Call<int>(slot::kFindDominantLevels, planes.red.data(),
-                                       planes.green.data(), planes.blue.data(), planes.width,
-                                       planes.height, levels);
+  int status =
+      context.Lib().Call<int>(slot::kFindDominantLevels, planes.red.data(), planes.green.data(),
+                              planes.blue.data(), planes.width, planes.height, levels);
   json::Value result = Header("levels", path, planes.width, planes.height);
   if (levels[0] == 255) {
     return ReportRefused(result, "levels: slot 28 is not available in this library");
@@ -392,8 +389,9 @@ int RunSort(Context& context, const Args& args) {
   auto [lo, hi] = std::minmax_element(values.begin(), values.end());
   // The sort keeps one counter per integer between the smallest and largest value.
   if (static_cast<long long>(*hi) - *lo > 10000000LL) {
-    throw UsageError("values spread over more than 10 million; the counting sort would need "
-                     "too much memory");
+    throw UsageError(
+        "values spread over more than 10 million; the counting sort would need "
+        "too much memory");
   }
   int first = args.Integer("first", 0);
   if (first < 0) throw UsageError("--first must be 0 (all) or more");
@@ -401,8 +399,8 @@ int RunSort(Context& context, const Args& args) {
   float para[4] = {static_cast<float>(values.size()), args.Flag("descending") ? 0.0f : 1.0f,
                    static_cast<float>(first), 1.0f};
   std::vector<int> sorted = values;
-  int status = context.Lib().Call<int>(slot::kCountingSortValues, sorted.data(), para,
-                                       permutation.data());
+  int status =
+      context.Lib().Call<int>(slot::kCountingSortValues, sorted.data(), para, permutation.data());
   json::Value result = json::Value::Object();
   result.Set("command", "sort");
   if (StatusOrRefused(result, status, "sort: slot 35") != kExitOk) return kExitRefused;
@@ -420,7 +418,8 @@ int RunSort(Context& context, const Args& args) {
 std::vector<Command> BufferCommands() {
   OptionSpec output{"output", "FILE", "where to write the result (required)", "o"};
   return {
-      {"fill-holes", "paint black holes inside a colour area with that colour (slot 29)",
+      {"fill-holes",
+       "paint black holes inside a colour area with that colour (slot 29)",
        "IMAGE",
        {output,
         {"colour", "R,G,B", "reference colour of the area, e.g. 180,120,60 (required)"},
@@ -429,7 +428,8 @@ std::vector<Command> BufferCommands() {
        RunFillHoles,
        "JSON: black_before, black_after, filled (pixels with all channels <= 5).\n"
        "The annotation shows the filled pixels in magenta."},
-      {"flatfield", "flat-field calibration (slot 24) and correction (slot 25)",
+      {"flatfield",
+       "flat-field calibration (slot 24) and correction (slot 25)",
        "calibrate LOW HIGH [LOW HIGH ...] -o COEFFS | apply IMAGE --coeffs COEFFS -o OUT",
        {output,
         {"coeffs", "FILE", "apply: coefficients written by calibrate"},
@@ -444,7 +444,9 @@ std::vector<Command> BufferCommands() {
        "coefficient file holds 6 x width x height floats (offsets, then gains, per sample of\n"
        "the red, green and blue planes). JSON: calibrate gives offset and gain statistics;\n"
        "apply gives mean and stddev of the corrected grey image."},
-      {"median", "windowed median filter of a float height map (slot 30)", "HEIGHTS",
+      {"median",
+       "windowed median filter of a float height map (slot 30)",
+       "HEIGHTS",
        {output,
         {"window", "K", "window side in samples (default 3)"},
         {"lower", "L", "ignore samples at or below L (with --upper)"},
@@ -453,17 +455,27 @@ std::vector<Command> BufferCommands() {
        RunMedian,
        "HEIGHTS is a one-channel image; a float TIFF keeps exact heights. The output is a float\n"
        "TIFF. JSON: changed (samples the filter moved), input and filtered {min, mean, max}."},
-      {"resize", "scale the three planes of a colour image (slot 33)", "IMAGE",
+      {"resize",
+       "scale the three planes of a colour image (slot 33)",
+       "IMAGE",
        {output,
         {"size", "WxH", "size of the result (required)"},
         {"cubic", "", "bicubic interpolation (default bilinear)"}},
-       RunResize, "JSON: output_width, output_height, interpolation."},
-      {"levels", "most frequent grey level of each colour plane (slot 28)", "IMAGE", {},
-       RunLevels, "JSON: levels {r, g, b}; levels 0..4 and 250..255 are never chosen."},
-      {"sort", "counting sort of whole numbers with the permutation (slot 35)", "VALUES...",
+       RunResize,
+       "JSON: output_width, output_height, interpolation."},
+      {"levels",
+       "most frequent grey level of each colour plane (slot 28)",
+       "IMAGE",
+       {},
+       RunLevels,
+       "JSON: levels {r, g, b}; levels 0..4 and 250..255 are never chosen."},
+      {"sort",
+       "counting sort of whole numbers with the permutation (slot 35)",
+       "VALUES...",
        {{"descending", "", "largest first (default smallest first)"},
         {"first", "K", "stop once the first K values are delivered (default 0: all)"}},
-       RunSort, "JSON: values (sorted), permutation (input position of each sorted value)."},
+       RunSort,
+       "JSON: values (sorted), permutation (input position of each sorted value)."},
   };
 }
 

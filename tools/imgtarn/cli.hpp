@@ -5,21 +5,20 @@
 
 #include <functional>
 #include <memory>
+#include <opencv2/core.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <opencv2/core.hpp>
 
 #include "json.hpp"
 
 namespace imgtarn_cli {
 
 // Exit statuses of the tool.
-constexpr int kExitOk = 0;        // the operation ran; the JSON says what it found
-constexpr int kExitRefused = 1;   // the library refused the call or does not offer the operation
-constexpr int kExitUsage = 2;     // the command line or an input file is wrong, or the library
-                                  // raised an error; nothing was computed
+constexpr int kExitOk = 0;       // the operation ran; the JSON says what it found
+constexpr int kExitRefused = 1;  // the library refused the call or does not offer the operation
+constexpr int kExitUsage = 2;    // the command line or an input file is wrong, or the library
+                                 // raised an error; nothing was computed
 
 // A problem the person at the terminal can fix; printed as one line, exit status 2.
 class UsageError : public std::runtime_error {
@@ -133,8 +132,8 @@ class Library {
 struct ColourPlanes {
   int width = 0, height = 0;
   std::vector<unsigned char> red, green, blue;
-  cv::Mat Bgr() const;    // an interleaved copy for drawing
-  cv::Mat Grey() const;   // luminance, one plane
+  cv::Mat Bgr() const;   // an interleaved copy for drawing
+  cv::Mat Grey() const;  // luminance, one plane
 };
 
 // Reads an image file through the library's own loader (slot 31), after checking that the

@@ -1,7 +1,6 @@
 // Contour utilities: contours count (slot 19), rects (slot 8) and mask (slot 34).
 #include <cmath>
 #include <limits>
-
 #include <opencv2/imgproc.hpp>
 
 #include "cli.hpp"
@@ -21,8 +20,8 @@ int RunContourCount(Context& context, const Args& args) {
   int threshold = args.Integer("threshold", 127);
   if (threshold < 0 || threshold > 255) throw UsageError("--threshold must lie in 0..255");
   bool outline = args.Flag("outline");
-  float para[6] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows),
-                   static_cast<float>(threshold), outline ? 1.0f : 0.0f,
+  float para[6] = {static_cast<float>(grey.cols),    static_cast<float>(grey.rows),
+                   static_cast<float>(threshold),    outline ? 1.0f : 0.0f,
                    args.Flag("debug") ? 1.0f : 0.0f, static_cast<float>(kListedContours)};
   std::vector<float> out(2 + kListedContours, std::numeric_limits<float>::quiet_NaN());
   int status = context.Lib().Call<int>(slot::kCountContourPixels, grey.data, para,
@@ -34,8 +33,10 @@ int RunContourCount(Context& context, const Args& args) {
   result.Set("height", grey.rows);
   result.Set("mode", outline ? "outline" : "enclosed");
   if (status == -1 || std::isnan(out[1])) {
-    return ReportRefused(result, "contours count: slot 19 is not available in this library "
-                                 "(status " + std::to_string(status) + ")");
+    return ReportRefused(result,
+                         "contours count: slot 19 is not available in this library "
+                         "(status " +
+                             std::to_string(status) + ")");
   }
   result.Set("status", status);
   result.Set("total_pixels", out[0]);
@@ -86,16 +87,18 @@ int RunContourRects(Context& context, const Args& args) {
     throw UsageError("--open and --close radii lie in 0..50");
   }
   std::vector<float> para(8 + 4 * kListedContours, std::numeric_limits<float>::quiet_NaN());
-  float head[7] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows),
+  float head[7] = {static_cast<float>(grey.cols),       static_cast<float>(grey.rows),
                    static_cast<float>(Threshold(args)), static_cast<float>(open),
-                   args.Flag("debug") ? 1.0f : 0.0f, static_cast<float>(close),
+                   args.Flag("debug") ? 1.0f : 0.0f,    static_cast<float>(close),
                    static_cast<float>(kListedContours)};
   std::copy(head, head + 7, para.begin());
   int status = context.Lib().Call<int>(slot::kMorphBoundingRects, grey.data, para.data());
   json::Value result = Header("rects", path, grey);
   if (status == -1 || std::isnan(para[7])) {
-    return ReportRefused(result, "contours rects: slot 8 is not available in this library "
-                                 "(status " + std::to_string(status) + ")");
+    return ReportRefused(result,
+                         "contours rects: slot 8 is not available in this library "
+                         "(status " +
+                             std::to_string(status) + ")");
   }
   result.Set("status", status);
   int count = static_cast<int>(para[7]);
@@ -127,15 +130,21 @@ int RunContourMask(Context& context, const Args& args) {
   int minPixels = args.Integer("min-pixels", 0);
   if (minPixels < 0) throw UsageError("--min-pixels must be 0 or more");
   const float unwritten = std::numeric_limits<float>::quiet_NaN();
-  float para[7] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows),
-                   static_cast<float>(Threshold(args)), static_cast<float>(minPixels),
-                   args.Flag("debug") ? 1.0f : 0.0f, unwritten, unwritten};
+  float para[7] = {static_cast<float>(grey.cols),
+                   static_cast<float>(grey.rows),
+                   static_cast<float>(Threshold(args)),
+                   static_cast<float>(minPixels),
+                   args.Flag("debug") ? 1.0f : 0.0f,
+                   unwritten,
+                   unwritten};
   cv::Mat mask(grey.size(), CV_8UC1, cv::Scalar(0));
   int status = context.Lib().Call<int>(slot::kDrawContourMask, mask.data, grey.data, para);
   json::Value result = Header("mask", path, grey);
   if (status == -1 || std::isnan(para[5])) {
-    return ReportRefused(result, "contours mask: slot 34 is not available in this library "
-                                 "(status " + std::to_string(status) + ")");
+    return ReportRefused(result,
+                         "contours mask: slot 34 is not available in this library "
+                         "(status " +
+                             std::to_string(status) + ")");
   }
   result.Set("status", status);
   result.Set("blobs", para[5]);
@@ -161,7 +170,8 @@ int RunContours(Context& context, const Args& args) {
 
 std::vector<Command> ContourCommands() {
   return {
-      {"contours", "contour utilities on a thresholded plane (slots 19, 8, 34)",
+      {"contours",
+       "contour utilities on a thresholded plane (slots 19, 8, 34)",
        "count IMAGE | rects IMAGE | mask IMAGE -o MASK",
        {{"threshold", "LEVEL", "samples above LEVEL are foreground (default 127)"},
         {"outline", "", "count: the pixels on each outer contour (default: enclosed pixels)"},
@@ -169,7 +179,8 @@ std::vector<Command> ContourCommands() {
         {"close", "RADIUS", "rects: closing radius that bridges gaps (default 0: none)"},
         {"min-pixels", "N", "mask: leave out blobs enclosing fewer pixels (default 0)"},
         {"output", "FILE", "mask: where to write the filled mask", "o"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunContours,
        "count (slot 19): JSON total_pixels, contours (outer contours) and pixels (per contour,\n"
        "the first 256). rects (slot 8): blobs and rects [{x, y, width, height}] after the\n"

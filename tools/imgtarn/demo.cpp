@@ -9,9 +9,8 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
-
 #include <opencv2/imgcodecs.hpp>
+#include <sstream>
 
 #include "cli.hpp"
 
@@ -45,7 +44,9 @@ struct Row {
 class Demo {
  public:
   Demo(std::string samples, std::string out, std::string library)
-      : samples_(std::move(samples)), out_(std::move(out)), library_(std::move(library)),
+      : samples_(std::move(samples)),
+        out_(std::move(out)),
+        library_(std::move(library)),
         self_(SelfPath()) {
     std::string truthPath = samples_ + "/ground_truth.json";
     CheckReadable(truthPath, "--samples");
@@ -63,7 +64,8 @@ class Demo {
   }
 
   void RunAll() {
-    for (const char* key : {"circle_inside", "circle_border", "circle_noisy"}) CircleMark(key, false);
+    for (const char* key : {"circle_inside", "circle_border", "circle_noisy"})
+      CircleMark(key, false);
     CircleMark("circle_inside", true);
     HoughCircles("circle_inside");
     BoxMark("cross-mark", "cross");
@@ -84,8 +86,8 @@ class Demo {
     const char* header[] = {"operation", "sample", "expected", "found", "error", "verdict"};
     std::size_t widths[6] = {};
     auto cells = [](const Row& r) {
-      return std::vector<std::string>{r.operation, r.sample, r.expected, r.found, r.error,
-                                      r.verdict};
+      return std::vector<std::string>{r.operation, r.sample, r.expected,
+                                      r.found,     r.error,  r.verdict};
     };
     for (int i = 0; i < 6; ++i) widths[i] = std::string(header[i]).size();
     for (const auto& row : rows_) {
@@ -197,13 +199,14 @@ class Demo {
   void CircleMark(const std::string& key, bool quick) {
     const json::Value& t = Truth(key);
     std::string name = quick ? "circle-mark --quick" : "circle-mark";
-    std::vector<std::string> args = {"circle-mark", Sample(t.Get("file").String()), "--radius",
-                                     Format("%g", Field(t, "radius")), "--annotate",
-                                     Out(std::string(quick ? "circle-quick_" : "circle-mark_") +
-                                         key + ".png")};
+    std::vector<std::string> args = {
+        "circle-mark", Sample(t.Get("file").String()),
+        "--radius",    Format("%g", Field(t, "radius")),
+        "--annotate",  Out(std::string(quick ? "circle-quick_" : "circle-mark_") + key + ".png")};
     if (quick) args.push_back("--quick");
-    Row row{name, t.Get("file").String(),
-            Format("(%.1f, %.1f)", Field(t, "x"), Field(t, "y")), "", "", ""};
+    Row row{
+        name, t.Get("file").String(), Format("(%.1f, %.1f)", Field(t, "x"), Field(t, "y")), "", "",
+        ""};
     Outcome o = Run(args);
     if (Failed(o, row)) return;
     if (!o.json.Get("found").Bool()) {
@@ -218,12 +221,15 @@ class Demo {
 
   void HoughCircles(const std::string& key) {
     const json::Value& t = Truth(key);
-    Row row{"hough-circles", t.Get("file").String(),
-            Format("(%.1f, %.1f) r %.0f", Field(t, "x"), Field(t, "y"), Field(t, "radius")), "",
-            "", ""};
-    Outcome o = Run({"hough-circles", Sample(t.Get("file").String()), "--radius",
-                     Format("%g", Field(t, "radius")), "--annotate",
-                     Out("hough-circles_" + key + ".png")});
+    Row row{"hough-circles",
+            t.Get("file").String(),
+            Format("(%.1f, %.1f) r %.0f", Field(t, "x"), Field(t, "y"), Field(t, "radius")),
+            "",
+            "",
+            ""};
+    Outcome o =
+        Run({"hough-circles", Sample(t.Get("file").String()), "--radius",
+             Format("%g", Field(t, "radius")), "--annotate", Out("hough-circles_" + key + ".png")});
     if (Failed(o, row)) return;
     if (!o.json.Get("found").Bool()) {
       row.found = "not found";
@@ -239,8 +245,12 @@ class Demo {
   void BoxMark(const std::string& command, const std::string& key) {
     const json::Value& t = Truth(key);
     std::string size = Format("%gx%g", Field(t, "width"), Field(t, "height"));
-    Row row{command, t.Get("file").String(),
-            Format("(%.1f, %.1f) ", Field(t, "x"), Field(t, "y")) + size, "", "", ""};
+    Row row{command,
+            t.Get("file").String(),
+            Format("(%.1f, %.1f) ", Field(t, "x"), Field(t, "y")) + size,
+            "",
+            "",
+            ""};
     Outcome o = Run({command, Sample(t.Get("file").String()), "--size", size, "--annotate",
                      Out(command + "_" + key + ".png")});
     if (Failed(o, row)) return;
@@ -282,12 +292,15 @@ class Demo {
     const json::Value& t = Truth("pads");
     const json::Value& pads = t.Get("pads");
     std::string blobs = Out("blobs");
-    Row row{"split-pads", t.Get("file").String(),
+    Row row{"split-pads",
+            t.Get("file").String(),
             Format("%.0f pads, grid %.0fx%.0f", static_cast<double>(pads.Size()),
                    Field(t, "grid_rows"), Field(t, "grid_cols")),
-            "", "", ""};
-    Outcome o = Run({"split-pads", Sample(t.Get("file").String()), "--out-dir", blobs,
-                     "--annotate", Out("split-pads_pads.png")});
+            "",
+            "",
+            ""};
+    Outcome o = Run({"split-pads", Sample(t.Get("file").String()), "--out-dir", blobs, "--annotate",
+                     Out("split-pads_pads.png")});
     if (!Failed(o, row)) {
       const json::Value& found = o.json.Get("blobs");
       row.found = Format("%.0f pads, grid %.0fx%.0f", static_cast<double>(found.Size()),
@@ -308,8 +321,8 @@ class Demo {
       Add(row, worst, 3.0);
     }
     Row match{"match-pads", t.Get("scene").String(), "every score near 1", "", "", ""};
-    Outcome m = Run({"match-pads", Sample(t.Get("scene").String()), "--blobs", blobs,
-                     "--annotate", Out("match-pads_pads_scene.png")});
+    Outcome m = Run({"match-pads", Sample(t.Get("scene").String()), "--blobs", blobs, "--annotate",
+                     Out("match-pads_pads_scene.png")});
     if (Failed(m, match)) return;
     match.found = Format("min score %.3f", Field(m.json, "min_score"));
     Add(match, 1.0 - Field(m.json, "min_score"), 0.1, "%.3f");
@@ -318,13 +331,16 @@ class Demo {
   void Overlay(const std::string& key) {
     const json::Value& t = Truth(key);
     bool exact = t.Has("score");
-    Row row{"overlay", t.Get("measured").String(),
-            exact ? Format("score %.3f", Field(t, "score")) : "score below 1 (shifted pad)", "",
-            "", ""};
-    Outcome o = Run({"overlay", "--boundary", Sample(t.Get("boundary").String()), "--cad",
-                     Sample(t.Get("cad").String()), "--measured",
-                     Sample(t.Get("measured").String()), "--annotate",
-                     Out("overlay_" + key + ".png")});
+    Row row{"overlay",
+            t.Get("measured").String(),
+            exact ? Format("score %.3f", Field(t, "score")) : "score below 1 (shifted pad)",
+            "",
+            "",
+            ""};
+    Outcome o =
+        Run({"overlay", "--boundary", Sample(t.Get("boundary").String()), "--cad",
+             Sample(t.Get("cad").String()), "--measured", Sample(t.Get("measured").String()),
+             "--annotate", Out("overlay_" + key + ".png")});
     if (Failed(o, row)) return;
     double score = Field(o.json, "score");
     row.found = Format("score %.3f", score);
@@ -341,8 +357,12 @@ class Demo {
     const json::Value& t = Truth("holes");
     const json::Value& c = t.Get("colour");
     std::string colour = Format("%g,%g,%g", Field(c, "r"), Field(c, "g"), Field(c, "b"));
-    Row row{"fill-holes", t.Get("file").String(),
-            Format("%.0f px filled", Field(t, "hole_pixels")), "", "", ""};
+    Row row{"fill-holes",
+            t.Get("file").String(),
+            Format("%.0f px filled", Field(t, "hole_pixels")),
+            "",
+            "",
+            ""};
     Outcome o = Run({"fill-holes", Sample(t.Get("file").String()), "--colour", colour, "-o",
                      Out("holes_filled.png"), "--annotate", Out("fill-holes_holes.png")});
     if (Failed(o, row)) return;
@@ -353,29 +373,38 @@ class Demo {
   void Levels() {
     const json::Value& t = Truth("holes");
     const json::Value& c = t.Get("colour");
-    Row row{"levels", t.Get("file").String(),
-            Format("(%g, %g, %g)", Field(c, "r"), Field(c, "g"), Field(c, "b")), "", "", ""};
+    Row row{"levels",
+            t.Get("file").String(),
+            Format("(%g, %g, %g)", Field(c, "r"), Field(c, "g"), Field(c, "b")),
+            "",
+            "",
+            ""};
     Outcome o = Run({"levels", Sample(t.Get("file").String())});
     if (Failed(o, row)) return;
     const json::Value& l = o.json.Get("levels");
     row.found = Format("(%g, %g, %g)", Field(l, "r"), Field(l, "g"), Field(l, "b"));
     double error = 0.0;
-    for (const char* k : {"r", "g", "b"}) error = std::max(error, std::fabs(Field(l, k) - Field(c, k)));
+    for (const char* k : {"r", "g", "b"})
+      error = std::max(error, std::fabs(Field(l, k) - Field(c, k)));
     Add(row, error, 0.0, "%.0f levels");
   }
 
   void FlatField() {
     const json::Value& t = Truth("flatfield");
     std::string coeffs = Out("flat.coeffs");
-    Row row{"flatfield", t.Get("low").String(),
-            Format("mean %.0f, flat", Field(t, "target_low")), "", "", ""};
+    Row row{"flatfield",
+            t.Get("low").String(),
+            Format("mean %.0f, flat", Field(t, "target_low")),
+            "",
+            "",
+            ""};
     Outcome c = Run({"flatfield", "calibrate", Sample(t.Get("low").String()),
                      Sample(t.Get("high").String()), "-o", coeffs, "--window",
                      Format("%g", Field(t, "window")), "--target-low",
                      Format("%g", Field(t, "target_low"))});
     if (Failed(c, row)) return;
-    Outcome a = Run({"flatfield", "apply", Sample(t.Get("low").String()), "--coeffs", coeffs,
-                     "-o", Out("flat_low_corrected.png")});
+    Outcome a = Run({"flatfield", "apply", Sample(t.Get("low").String()), "--coeffs", coeffs, "-o",
+                     Out("flat_low_corrected.png")});
     if (Failed(a, row)) return;
     row.found = Format("mean %.1f, sd %.1f (was %.1f)", Field(a.json, "mean"),
                        Field(a.json, "stddev"), Field(a.json, "input_stddev"));
@@ -387,8 +416,9 @@ class Demo {
   void Median() {
     const json::Value& t = Truth("heights");
     std::string filtered = Out("heights_filtered.tiff");
-    Row row{"median", t.Get("file").String(),
-            Format("%.0f spikes removed", Field(t, "spikes")), "", "", ""};
+    Row row{
+        "median", t.Get("file").String(), Format("%.0f spikes removed", Field(t, "spikes")), "", "",
+        ""};
     Outcome o = Run({"median", Sample(t.Get("file").String()), "--window",
                      Format("%g", Field(t, "window")), "-o", filtered});
     if (Failed(o, row)) return;
@@ -406,8 +436,7 @@ class Demo {
     const json::Value& t = Truth("circle_inside");
     Row row{"resize", t.Get("file").String(), "160x120", "", "", ""};
     std::string resized = Out("circle_inside_half.png");
-    Outcome o = Run({"resize", Sample(t.Get("file").String()), "--size", "160x120", "-o",
-                     resized});
+    Outcome o = Run({"resize", Sample(t.Get("file").String()), "--size", "160x120", "-o", resized});
     if (Failed(o, row)) return;
     cv::Mat image = cv::imread(resized, cv::IMREAD_UNCHANGED);
     row.found = Format("%.0fx%.0f", image.cols, image.rows);
@@ -416,14 +445,18 @@ class Demo {
 
   void ContourCount() {
     const json::Value& t = Truth("pads");
-    Row row{"contours count", t.Get("file").String(),
-            Format("%.0f contours", static_cast<double>(t.Get("pads").Size())), "", "", ""};
+    Row row{"contours count",
+            t.Get("file").String(),
+            Format("%.0f contours", static_cast<double>(t.Get("pads").Size())),
+            "",
+            "",
+            ""};
     Outcome o = Run({"contours", "count", Sample(t.Get("file").String()), "--threshold", "127",
                      "--annotate", Out("contours_pads.png")});
     if (Failed(o, row)) return;
     row.found = Format("%.0f contours", Field(o.json, "contours"));
-    Add(row, std::fabs(Field(o.json, "contours") - static_cast<double>(t.Get("pads").Size())),
-        0.0, "%.0f");
+    Add(row, std::fabs(Field(o.json, "contours") - static_cast<double>(t.Get("pads").Size())), 0.0,
+        "%.0f");
   }
 
   std::string samples_, out_, library_, self_, log_;
@@ -445,7 +478,9 @@ int RunDemo(Context& context, const Args& args) {
 
 std::vector<Command> DemoCommands() {
   return {
-      {"demo", "run every family over the samples and compare with the ground truth", "",
+      {"demo",
+       "run every family over the samples and compare with the ground truth",
+       "",
        {{"samples", "DIR", "folder with the samples and ground_truth.json (default samples)"},
         {"out", "DIR", "folder for annotated pictures and results (default out/demo)"}},
        RunDemo,

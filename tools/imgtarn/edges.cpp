@@ -1,7 +1,6 @@
 // Edges: canny (slot 23), the detector that picks its own thresholds.
 #include <cmath>
 #include <limits>
-
 #include <opencv2/imgproc.hpp>
 
 #include "cli.hpp"
@@ -20,14 +19,12 @@ int RunCanny(Context& context, const Args& args) {
   bool fill = args.Flag("fill");
   int minArea = args.Integer("min-area", 0);
   if (minArea < 0) throw UsageError("--min-area must be 0 or more");
-  float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows),
-                   fill ? 1.0f : 0.0f, args.Flag("debug") ? 1.0f : 0.0f,
-                   static_cast<float>(minArea)};
+  float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), fill ? 1.0f : 0.0f,
+                   args.Flag("debug") ? 1.0f : 0.0f, static_cast<float>(minArea)};
   cv::Mat edges(grey.size(), CV_8UC1, cv::Scalar(0));
   const float unwritten = std::numeric_limits<float>::quiet_NaN();
   float out[4] = {unwritten, unwritten, unwritten, unwritten};
-  int status = context.Lib().Call<int>(slot::kDetectEdgesCanny, grey.data, para, edges.data,
-                                       out);
+  int status = context.Lib().Call<int>(slot::kDetectEdgesCanny, grey.data, para, edges.data, out);
   json::Value result = json::Value::Object();
   result.Set("command", "canny");
   result.Set("image", path);
@@ -62,12 +59,14 @@ int RunCanny(Context& context, const Args& args) {
 
 std::vector<Command> EdgeCommands() {
   return {
-      {"canny", "edge map with thresholds taken from the image's own gradients (slot 23)",
+      {"canny",
+       "edge map with thresholds taken from the image's own gradients (slot 23)",
        "IMAGE",
        {{"output", "FILE", "write the edge map (255 on edges) there", "o"},
         {"fill", "", "instead of edges, fill the closed shapes they outline"},
         {"min-area", "PIXELS", "with --fill: ignore shapes smaller than this (default 0)"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunCanny,
        "JSON: low_threshold, high_threshold (the L1 gradient magnitudes chosen), edge_pixels;\n"
        "with --fill also contours and filled_pixels."},

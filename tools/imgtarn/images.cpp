@@ -7,10 +7,9 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
-#include <stdexcept>
-
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <stdexcept>
 
 #include "cli.hpp"
 
@@ -49,10 +48,9 @@ void CheckReadable(const std::string& path, const std::string& what) {
 }
 
 cv::Mat ColourPlanes::Bgr() const {
-  cv::Mat channels[3] = {
-      cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(blue.data())),
-      cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(green.data())),
-      cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(red.data()))};
+  cv::Mat channels[3] = {cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(blue.data())),
+                         cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(green.data())),
+                         cv::Mat(height, width, CV_8UC1, const_cast<unsigned char*>(red.data()))};
   cv::Mat bgr;
   cv::merge(channels, 3, bgr);
   return bgr;
@@ -77,8 +75,8 @@ ColourPlanes LoadColour(Library& lib, const std::string& path) {
   unsigned char* green = nullptr;
   unsigned char* blue = nullptr;
   try {
-    lib.Call<int>(slot::kLoadImagePlanes, reinterpret_cast<unsigned char*>(characters.data()),
-                  &red, &green, &blue, para);
+    lib.Call<int>(slot::kLoadImagePlanes, reinterpret_cast<unsigned char*>(characters.data()), &red,
+                  &green, &blue, para);
   } catch (const std::out_of_range&) {
     // The loader's contract for a file OpenCV cannot decode.
     throw UsageError(path + " is not an image file that can be read");
@@ -118,9 +116,9 @@ void SaveColour(Library& lib, const std::string& path, const ColourPlanes& plane
   float para[3] = {static_cast<float>(characters.size()), static_cast<float>(planes.width),
                    static_cast<float>(planes.height)};
   std::vector<unsigned char> red = planes.red, green = planes.green, blue = planes.blue;
-  int status = lib.Call<int>(slot::kSaveImagePlanes,
-                             reinterpret_cast<unsigned char*>(characters.data()), red.data(),
-                             green.data(), blue.data(), para);
+  int status =
+      lib.Call<int>(slot::kSaveImagePlanes, reinterpret_cast<unsigned char*>(characters.data()),
+                    red.data(), green.data(), blue.data(), para);
   // The library does not report a failed write, so the file itself is the evidence.
   if (status != 0 || access(path.c_str(), F_OK) != 0) {
     throw UsageError("could not write " + path);

@@ -44,11 +44,21 @@ void AppendEscaped(std::string& out, const std::string& text) {
   out += '"';
   for (unsigned char c : text) {
     switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\t': out += "\\t"; break;
-      case '\r': out += "\\r"; break;
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
       default:
         if (c < 0x20) {
           char buffer[8];
@@ -94,10 +104,18 @@ void NewLine(std::string& out, int indent, int depth) {
 
 void Value::DumpTo(std::string& out, int indent, int depth) const {
   switch (kind_) {
-    case Kind::kNull: out += "null"; return;
-    case Kind::kBool: out += bool_ ? "true" : "false"; return;
-    case Kind::kNumber: AppendNumber(out, number_, single_); return;
-    case Kind::kString: AppendEscaped(out, string_); return;
+    case Kind::kNull:
+      out += "null";
+      return;
+    case Kind::kBool:
+      out += bool_ ? "true" : "false";
+      return;
+    case Kind::kNumber:
+      AppendNumber(out, number_, single_);
+      return;
+    case Kind::kString:
+      AppendEscaped(out, string_);
+      return;
     case Kind::kArray: {
       // Arrays of plain numbers stay on one line: coordinates read better that way.
       bool flat = true;
@@ -226,11 +244,21 @@ class Parser {
       if (pos_ >= text_.size()) break;
       char e = text_[pos_++];
       switch (e) {
-        case 'n': out += '\n'; break;
-        case 't': out += '\t'; break;
-        case 'r': out += '\r'; break;
-        case 'b': out += '\b'; break;
-        case 'f': out += '\f'; break;
+        case 'n':
+          out += '\n';
+          break;
+        case 't':
+          out += '\t';
+          break;
+        case 'r':
+          out += '\r';
+          break;
+        case 'b':
+          out += '\b';
+          break;
+        case 'f':
+          out += '\f';
+          break;
         case 'u': {
           // Only the control characters this tool writes itself need to round-trip.
           if (pos_ + 4 > text_.size()) Fail("short \\u escape");
@@ -238,7 +266,8 @@ class Parser {
           pos_ += 4;
           break;
         }
-        default: out += e;
+        default:
+          out += e;
       }
     }
     if (pos_ >= text_.size()) Fail("unterminated string");

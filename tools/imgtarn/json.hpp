@@ -14,13 +14,13 @@ class Value {
   enum class Kind { kNull, kBool, kNumber, kString, kArray, kObject };
 
   Value() = default;
-  Value(bool b) : kind_(Kind::kBool), bool_(b) {}  // NOLINT: literals read naturally
+  Value(bool b) : kind_(Kind::kBool), bool_(b) {}        // NOLINT: literals read naturally
   Value(double d) : kind_(Kind::kNumber), number_(d) {}  // NOLINT
   // A float prints with the fewest digits that read back as the same float.
-  Value(float f) : kind_(Kind::kNumber), number_(f), single_(true) {}  // NOLINT
-  Value(int i) : Value(static_cast<double>(i)) {}        // NOLINT
-  Value(long long i) : Value(static_cast<double>(i)) {}  // NOLINT
-  Value(const char* s) : kind_(Kind::kString), string_(s) {}          // NOLINT
+  Value(float f) : kind_(Kind::kNumber), number_(f), single_(true) {}    // NOLINT
+  Value(int i) : Value(static_cast<double>(i)) {}                        // NOLINT
+  Value(long long i) : Value(static_cast<double>(i)) {}                  // NOLINT
+  Value(const char* s) : kind_(Kind::kString), string_(s) {}             // NOLINT
   Value(std::string s) : kind_(Kind::kString), string_(std::move(s)) {}  // NOLINT
 
   static Value Array() { return Value(Kind::kArray); }

@@ -25,8 +25,8 @@ std::string ExecutableDirectory() {
 // tree (bin/imgtarn -> lib/libimgtarn.so.1), then whatever the system loader finds.
 std::vector<std::string> Candidates() {
   std::string dir = ExecutableDirectory();
-  return {dir + "/../libimgtarn.so.1", dir + "/../libimgtarn.so",
-          dir + "/../lib/libimgtarn.so.1", "libimgtarn.so.1", "libimgtarn.so"};
+  return {dir + "/../libimgtarn.so.1", dir + "/../libimgtarn.so", dir + "/../lib/libimgtarn.so.1",
+          "libimgtarn.so.1", "libimgtarn.so"};
 }
 
 }  // namespace

@@ -3,9 +3,8 @@
 #include <cstdio>
 #include <iostream>
 #include <new>
-#include <stdexcept>
-
 #include <opencv2/core.hpp>
+#include <stdexcept>
 
 #include "cli.hpp"
 
@@ -14,8 +13,8 @@ namespace imgtarn_cli {
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> commands = [] {
     std::vector<Command> all;
-    for (auto family : {MarkCommands, EdgeCommands, PadCommands, BufferCommands,
-                        ContourCommands, DemoCommands}) {
+    for (auto family :
+         {MarkCommands, EdgeCommands, PadCommands, BufferCommands, ContourCommands, DemoCommands}) {
       for (auto& command : family()) all.push_back(std::move(command));
     }
     return all;
@@ -57,9 +56,10 @@ void PrintCommandHelp(const Command& command) {
     if (!option.value.empty()) left += " " + option.value;
     std::printf("  %-26s %s\n", left.c_str(), option.help.c_str());
   }
-  std::printf("\nThe result is one JSON object on stdout. Exit status: 0 the operation ran "
-              "(see \"found\"),\n1 the library refused the call (status -1), 2 a wrong command "
-              "line, an unreadable\ninput or an error raised by the library.\n");
+  std::printf(
+      "\nThe result is one JSON object on stdout. Exit status: 0 the operation ran "
+      "(see \"found\"),\n1 the library refused the call (status -1), 2 a wrong command "
+      "line, an unreadable\ninput or an error raised by the library.\n");
 }
 
 void PrintOverview() {

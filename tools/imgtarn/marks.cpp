@@ -70,9 +70,9 @@ int RunCircleMark(Context& context, const Args& args) {
   float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), radius, 0.0f,
                    args.Flag("debug") ? 1.0f : 0.0f};
   float out[3] = {kUnwritten, kUnwritten, kUnwritten};
-  int status = context.Lib().Call<int>(
-      quick ? slot::kLocateCircleMarkQuick : slot::kLocateCircleMark, grey.data, para,
-      static_cast<void*>(nullptr), out);
+  int status =
+      context.Lib().Call<int>(quick ? slot::kLocateCircleMarkQuick : slot::kLocateCircleMark,
+                              grey.data, para, static_cast<void*>(nullptr), out);
 
   json::Value result = Header("circle-mark", path, grey);
   result.Set("method", quick ? "quick" : "full");
@@ -110,15 +110,20 @@ int RunHoughCircles(Context& context, const Args& args) {
                     radius,
                     static_cast<float>(args.Number("param1", 60.0)),
                     args.Flag("debug") ? 1.0f : 0.0f,
-                    0.0f, 0.0f, 0.0f, 0.0f,
+                    0.0f,
+                    0.0f,
+                    0.0f,
+                    0.0f,
                     static_cast<float>(tolerance)};
   float out[3] = {kUnwritten, kUnwritten, kUnwritten};
   int status = context.Lib().Call<int>(slot::kDetectCirclesSmoothed, grey.data, para, 10, out);
   json::Value result = Header("hough-circles", path, grey);
   result.Set("expected_radius", radius);
   if (Unwritten(out[0])) {
-    return ReportRefused(result, "hough-circles: slot 3 is not available in this library "
-                                 "(status " + std::to_string(status) + ")");
+    return ReportRefused(result,
+                         "hough-circles: slot 3 is not available in this library "
+                         "(status " +
+                             std::to_string(status) + ")");
   }
   bool found = out[2] != 0.0f;
   result.Set("status", status);
@@ -145,11 +150,11 @@ int RunBoxMark(Context& context, const Args& args, const std::string& name, int 
   if (size.width < 6 || size.height < 6) {
     throw UsageError("--size: a mark must be at least 6x6 pixels");
   }
-  float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows),
-                   size.width * 0.5f, size.height * 0.5f, args.Flag("debug") ? 1.0f : 0.0f};
+  float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), size.width * 0.5f,
+                   size.height * 0.5f, args.Flag("debug") ? 1.0f : 0.0f};
   float out[4] = {kUnwritten, kUnwritten, 0.0f, 0.0f};
-  int status = context.Lib().Call<int>(slotIndex, grey.data, para, static_cast<void*>(nullptr),
-                                       out);
+  int status =
+      context.Lib().Call<int>(slotIndex, grey.data, para, static_cast<void*>(nullptr), out);
   json::Value result = Header(name, path, grey);
   result.Set("expected_width", size.width);
   result.Set("expected_height", size.height);
@@ -173,8 +178,8 @@ int RunBoxMark(Context& context, const Args& args, const std::string& name, int 
                     annotate::kFound);
       annotate::CentreCross(canvas, centre, annotate::kFound);
       char caption[80];
-      std::snprintf(caption, sizeof caption, "(%.1f, %.1f) %.0fx%.0f", out[0], out[1],
-                    2 * out[2], 2 * out[3]);
+      std::snprintf(caption, sizeof caption, "(%.1f, %.1f) %.0fx%.0f", out[0], out[1], 2 * out[2],
+                    2 * out[3]);
       annotate::Label(canvas, caption, {5, canvas.rows - 8}, annotate::kNote);
     } else {
       annotate::Label(canvas, "no mark found", {5, canvas.rows - 8}, annotate::kNote);
@@ -193,26 +198,41 @@ std::vector<Command> MarkCommands() {
   const std::string boxFields =
       "JSON: found, x, y (centre), half_width, half_height (pixels), status.";
   return {
-      {"circle-mark", "locate a bright circular fiducial mark of known radius", "IMAGE",
+      {"circle-mark",
+       "locate a bright circular fiducial mark of known radius",
+       "IMAGE",
        {{"radius", "PIXELS", "nominal radius of the mark (required)"},
         {"quick", "", "template-first search only (slot 10) instead of the full one (slot 11)"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunCircleMark,
        resultFields + " A mark that is not found gives found = false and x = y = 0."},
-      {"hough-circles", "find the Hough circle nearest a radius (slot 3)", "IMAGE",
+      {"hough-circles",
+       "find the Hough circle nearest a radius (slot 3)",
+       "IMAGE",
        {{"radius", "PIXELS", "expected radius (required)"},
         {"param1", "VALUE", "upper Canny threshold of the Hough search (default 60)"},
         {"tolerance", "PIXELS", "radius range searched around --radius (default 5)"},
-        AnnotateOption(), DebugOption()},
-       RunHoughCircles, resultFields + " radius is the radius of the circle found."},
-      {"cross-mark", "locate a bright plus-shaped fiducial mark (slot 14)", "IMAGE",
+        AnnotateOption(),
+        DebugOption()},
+       RunHoughCircles,
+       resultFields + " radius is the radius of the circle found."},
+      {"cross-mark",
+       "locate a bright plus-shaped fiducial mark (slot 14)",
+       "IMAGE",
        {{"size", "WxH", "full nominal width and height of the cross, e.g. 60x60 (required)"},
-        AnnotateOption(), DebugOption()},
-       [](Context& c, const Args& a) { return RunBoxMark(c, a, "cross-mark", 14); }, boxFields},
-      {"rect-mark", "locate a bright rectangular fiducial mark (slot 18)", "IMAGE",
+        AnnotateOption(),
+        DebugOption()},
+       [](Context& c, const Args& a) { return RunBoxMark(c, a, "cross-mark", 14); },
+       boxFields},
+      {"rect-mark",
+       "locate a bright rectangular fiducial mark (slot 18)",
+       "IMAGE",
        {{"size", "WxH", "full nominal width and height of the rectangle (required)"},
-        AnnotateOption(), DebugOption()},
-       [](Context& c, const Args& a) { return RunBoxMark(c, a, "rect-mark", 18); }, boxFields},
+        AnnotateOption(),
+        DebugOption()},
+       [](Context& c, const Args& a) { return RunBoxMark(c, a, "rect-mark", 18); },
+       boxFields},
   };
 }
 

@@ -28,8 +28,7 @@ Args::Args(std::string command, const std::vector<OptionSpec>& specs,
     const std::string& token = tokens[i];
     // A lone "-" or a negative number is a value, not an option.
     bool looksLikeOption = token.size() > 1 && token[0] == '-' &&
-                           !(std::isdigit(static_cast<unsigned char>(token[1])) ||
-                             token[1] == '.');
+                           !(std::isdigit(static_cast<unsigned char>(token[1])) || token[1] == '.');
     if (!looksLikeOption) {
       positionals_.push_back(token);
       continue;
@@ -66,8 +65,8 @@ void Args::ExpectPositionals(std::size_t count, const std::string& what) const {
     throw UsageError("missing " + what + " (see imgtarn " + command_ + " --help)");
   }
   if (positionals_.size() > count) {
-    throw UsageError("unexpected argument '" + positionals_[count] + "' (see imgtarn " +
-                     command_ + " --help)");
+    throw UsageError("unexpected argument '" + positionals_[count] + "' (see imgtarn " + command_ +
+                     " --help)");
   }
 }
 
@@ -133,8 +132,8 @@ int ParseInteger(const std::string& text, const std::string& what) {
   errno = 0;
   char* end = nullptr;
   long value = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || end != text.c_str() + text.size() || errno == ERANGE ||
-      value < INT_MIN || value > INT_MAX) {
+  if (text.empty() || end != text.c_str() + text.size() || errno == ERANGE || value < INT_MIN ||
+      value > INT_MAX) {
     throw UsageError(what + ": '" + text + "' is not a whole number");
   }
   return static_cast<int>(value);

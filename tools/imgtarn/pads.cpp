@@ -5,9 +5,8 @@
 #include <cstdio>
 #include <fstream>
 #include <limits>
-#include <sstream>
-
 #include <opencv2/imgproc.hpp>
+#include <sstream>
 
 #include "cli.hpp"
 
@@ -68,13 +67,16 @@ int RunSplitPads(Context& context, const Args& args) {
       static_cast<std::size_t>(std::max<long long>(area, grid.width * grid.height)) + 64;
   std::vector<unsigned char> pixels(pixelCapacity, 0);
   std::vector<int> rects(rectCapacity * 4, -1);
-  float para[6] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), Polarity(args),
-                   args.Flag("debug") ? 1.0f : 0.0f, static_cast<float>(grid.width),
+  float para[6] = {static_cast<float>(grey.cols),
+                   static_cast<float>(grey.rows),
+                   Polarity(args),
+                   args.Flag("debug") ? 1.0f : 0.0f,
+                   static_cast<float>(grid.width),
                    static_cast<float>(grid.height)};
   float gridShape[2] = {kUnwritten, kUnwritten};
-  int status = context.Lib().Call<int>(slot::kSplitPadBlobs, grey.data, para,
-                                       static_cast<void*>(nullptr), gridShape, pixels.data(),
-                                       rects.data());
+  int status =
+      context.Lib().Call<int>(slot::kSplitPadBlobs, grey.data, para, static_cast<void*>(nullptr),
+                              gridShape, pixels.data(), rects.data());
 
   std::vector<BlobRect> blobs;
   std::size_t used = 0;
@@ -128,8 +130,8 @@ int RunSplitPads(Context& context, const Args& args) {
       annotate::Box(canvas, cv::Rect2f(b.x, b.y, b.width, b.height), annotate::kFound);
       annotate::Label(canvas, std::to_string(i), {b.x + 2, b.y + 16}, annotate::kNote);
     }
-    if (blobs.empty()) annotate::Label(canvas, "no pads found", {5, canvas.rows - 8},
-                                       annotate::kNote);
+    if (blobs.empty())
+      annotate::Label(canvas, "no pads found", {5, canvas.rows - 8}, annotate::kNote);
     SavePicture(args.Text("annotate"), canvas);
   }
   PrintResult(result);
@@ -183,8 +185,12 @@ int RunMatchPads(Context& context, const Args& args) {
   const std::string& path = args.positionals()[0];
   cv::Mat grey = LoadGrey(context.Lib(), path);
   Templates templates = ReadBlobFolder(context.Lib(), args.RequiredText("blobs"));
-  float para[7] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), Polarity(args),
-                   args.Flag("debug") ? 1.0f : 0.0f, 0.0f, 0.0f,
+  float para[7] = {static_cast<float>(grey.cols),
+                   static_cast<float>(grey.rows),
+                   Polarity(args),
+                   args.Flag("debug") ? 1.0f : 0.0f,
+                   0.0f,
+                   0.0f,
                    static_cast<float>(templates.count)};
   std::vector<float> scores(static_cast<std::size_t>(templates.count), kUnwritten);
   int status = context.Lib().Call<int>(slot::kMatchPadTemplates, grey.data, para,
@@ -286,25 +292,34 @@ int RunOverlay(Context& context, const Args& args) {
 
 std::vector<Command> PadCommands() {
   return {
-      {"split-pads", "split an image of pads into pad blobs (slot 27)", "IMAGE",
+      {"split-pads",
+       "split an image of pads into pad blobs (slot 27)",
+       "IMAGE",
        {{"out-dir", "DIR", "write blob_NN.png and blobs.json there (input of match-pads)"},
         {"dark", "", "pads are darker than the ground (default: brighter)"},
         {"grid", "ROWSxCOLS", "expected grid of pads, e.g. 1x4 (default: find it)"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunSplitPads,
        "JSON: found, grid_rows, grid_cols, blobs [{x, y, width, height, set_pixels, file}]."},
-      {"match-pads", "score a later image against the blobs of split-pads (slot 26)", "IMAGE",
+      {"match-pads",
+       "score a later image against the blobs of split-pads (slot 26)",
+       "IMAGE",
        {{"blobs", "DIR", "folder written by split-pads --out-dir (required)"},
         {"dark", "", "pads are darker than the ground (default: brighter)"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunMatchPads,
        "JSON: scores [{x, y, width, height, score}] (blob places in the reference image; a\n"
        "score near 1 is a pad of the same shape), min_score."},
-      {"overlay", "score how well a measured pad covers its CAD pad (slot 20)", "",
+      {"overlay",
+       "score how well a measured pad covers its CAD pad (slot 20)",
+       "",
        {{"boundary", "FILE", "boundary mask: 255 inside, anything else outside (required)"},
         {"cad", "FILE", "CAD pad mask (required)"},
         {"measured", "FILE", "measured pad mask (required)"},
-        AnnotateOption(), DebugOption()},
+        AnnotateOption(),
+        DebugOption()},
        RunOverlay,
        "JSON: score (1 = covers the CAD pad and spills nowhere, 0 = the floor). The annotation\n"
        "shows the CAD pad green, the measured pad red, their overlap yellow."},
