@@ -450,7 +450,9 @@ INSTANTIATE_TEST_SUITE_P(
             {"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kNotImage, "-o", "x.png"},
             "wrong file size"},
         ErrorCase{{"sort", "1", "two"}, "'two' is not a whole number"},
-        ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"},
+        ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"}, ErrorCase{{}, "missing command"},
+        ErrorCase{{"--library", "libm.so.6", "levels", Sample("holes.png")},
+                  "is not an imgtarn library"},
         ErrorCase{{"--library", "/no/such/libimgtarn.so", "levels", Sample("holes.png")},
                   "cannot load the imgtarn library"}));
 

@@ -117,10 +117,7 @@ int Main(int argc, char** argv) {
     }
     throw UsageError("unknown option " + tokens.front() + " (see imgtarn --help)");
   }
-  if (tokens.empty()) {
-    PrintOverview();
-    return kExitUsage;
-  }
+  if (tokens.empty()) throw UsageError("missing command (see imgtarn --help)");
   std::string name = tokens.front();
   tokens.erase(tokens.begin());
   if (name == "help") {
