@@ -1,5 +1,6 @@
 // Fiducial marks: circle-mark (slots 11 and 10), hough-circles (slot 3), cross-mark (slot 14)
 // and rect-mark (slot 18).
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -101,9 +102,14 @@ int RunHoughCircles(Context& context, const Args& args) {
   const std::string& path = args.positionals()[0];
   cv::Mat grey = LoadGrey(context.Lib(), path);
   float radius = RequiredRadius(args, grey);
-  double tolerance = args.Number("tolerance", 5.0);
-  if (tolerance < 0.0 || tolerance > radius) {
-    throw UsageError("--tolerance must lie between 0 and the radius");
+  // The search covers r - t .. r + t, with t = 5 unless a tolerance above 2 is given; the
+  // lower end must not fall below 0.
+  double tolerance = args.Number("tolerance", std::min(5.0, static_cast<double>(radius)));
+  double effective = tolerance > 2.0 ? std::trunc(tolerance) : 5.0;
+  if (tolerance < 0.0 || effective > radius) {
+    throw UsageError(
+        "--tolerance: the radius range would reach below 0; give a tolerance "
+        "above 2 and at most the radius");
   }
   float para[10] = {static_cast<float>(grey.cols),
                     static_cast<float>(grey.rows),
