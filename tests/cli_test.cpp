@@ -418,12 +418,20 @@ TEST_P(CliErrorTest, ExitsWithStatusTwoAndOneLine) {
 
 const std::string kNotImage = Sample("ground_truth.json");
 
+// The first kilobyte of a PNG: a file that starts like an image and breaks off.
+const std::string kTruncated = [] {
+  std::string path = "/tmp/imgtarn_cli_test_truncated_" + std::to_string(getpid()) + ".png";
+  std::ofstream(path, std::ios::binary) << ReadFile(Sample("pads.png")).substr(0, 1024);
+  return path;
+}();
+
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliErrorTest,
     ::testing::Values(
         ErrorCase{{"circle-mark", "no_such_board.png", "--radius", "20"}, "no such file"},
         ErrorCase{{"circle-mark", kNotImage, "--radius", "20"}, "is not an image file"},
         ErrorCase{{"circle-mark", kSamples, "--radius", "20"}, "is a folder"},
+        ErrorCase{{"levels", kTruncated}, "is not an image file"},
         ErrorCase{{"circle-mark", Sample("circle_inside.png")}, "missing option --radius"},
         ErrorCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "2o"},
                   "'2o' is not a number"},

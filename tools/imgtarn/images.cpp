@@ -1,6 +1,7 @@
 // Image files in and out. Inputs are read through the library's own loader (slot 31), as a host
 // reads them; colour outputs are written through slot 32; pictures the tool makes itself
 // (edge maps, blobs, annotations) are written with OpenCV.
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +23,31 @@ struct PlaneDeleter {
   void operator()(unsigned char* plane) const { ::operator delete(plane); }
 };
 using OwnedPlane = std::unique_ptr<unsigned char, PlaneDeleter>;
+
+// Image decoders print their own complaints about a broken file (libpng, OpenCV's loader);
+// the tool says what went wrong in one line of its own, so theirs are held back meanwhile.
+class QuietStderr {
+ public:
+  QuietStderr() {
+    std::fflush(stderr);
+    saved_ = dup(STDERR_FILENO);
+    int devNull = open("/dev/null", O_WRONLY);
+    if (saved_ >= 0 && devNull >= 0) dup2(devNull, STDERR_FILENO);
+    if (devNull >= 0) close(devNull);
+  }
+  ~QuietStderr() {
+    std::fflush(stderr);
+    if (saved_ >= 0) {
+      dup2(saved_, STDERR_FILENO);
+      close(saved_);
+    }
+  }
+  QuietStderr(const QuietStderr&) = delete;
+  QuietStderr& operator=(const QuietStderr&) = delete;
+
+ private:
+  int saved_ = -1;
+};
 
 bool IsDirectory(const std::string& path) {
   struct stat info {};
@@ -75,6 +101,7 @@ ColourPlanes LoadColour(Library& lib, const std::string& path) {
   unsigned char* green = nullptr;
   unsigned char* blue = nullptr;
   try {
+    QuietStderr quiet;
     lib.Call<int>(slot::kLoadImagePlanes, reinterpret_cast<unsigned char*>(characters.data()), &red,
                   &green, &blue, para);
   } catch (const std::out_of_range&) {
