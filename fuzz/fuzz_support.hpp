@@ -6,6 +6,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -85,6 +86,64 @@ template <typename T>
 T* Ptr(std::vector<T>& v) {
   static T dummy[4] = {};
   return v.empty() ? dummy : v.data();
+}
+
+
+// A plane size drawn as two para values, with the integers the operation reads from them.
+struct PlaneSize {
+  float w = 0, h = 0;
+  int width = 0, height = 0;
+  long long samples = 0;  // width * height, 0 when either is below 1
+};
+
+// Draws a size up to maxSide x maxSide (awkward values included); false when the drawn size
+// is larger than the harness allows, so the call is skipped.
+inline bool DrawSize(FuzzedDataProvider& data, int maxSide, PlaneSize* size) {
+  size->w = ParaValue(data, static_cast<float>(maxSide));
+  size->h = ParaValue(data, static_cast<float>(maxSide));
+  size->width = AsInt(size->w);
+  size->height = AsInt(size->h);
+  if (size->width > maxSide || size->height > maxSide) return false;
+  size->samples = PlaneSamples(size->width, size->height);
+  return true;
+}
+
+// A plane of `count` samples: noise, flat, or a few bright rectangles on dark (so the
+// searches find something to work on).
+inline std::vector<unsigned char> Plane(FuzzedDataProvider& data, int width, int height) {
+  const long long count = PlaneSamples(width, height);
+  std::vector<unsigned char> plane(static_cast<std::size_t>(count > 0 ? count : 0));
+  if (plane.empty()) return plane;
+  switch (data.ConsumeIntegralInRange<int>(0, 2)) {
+    case 0:
+      for (unsigned char& b : plane) b = data.ConsumeIntegral<unsigned char>();
+      break;
+    case 1:
+      std::fill(plane.begin(), plane.end(), data.ConsumeIntegral<unsigned char>());
+      break;
+    default: {
+      const int shapes = data.ConsumeIntegralInRange<int>(0, 6);
+      for (int s = 0; s < shapes; ++s) {
+        const int x0 = data.ConsumeIntegralInRange<int>(0, width - 1);
+        const int y0 = data.ConsumeIntegralInRange<int>(0, height - 1);
+        const int x1 = std::min(width, x0 + data.ConsumeIntegralInRange<int>(1, width));
+        const int y1 = std::min(height, y0 + data.ConsumeIntegralInRange<int>(1, height));
+        const unsigned char level = data.ConsumeIntegral<unsigned char>();
+        for (int y = y0; y < y1; ++y)
+          for (int x = x0; x < x1; ++x) plane[static_cast<std::size_t>(y) * width + x] = level;
+      }
+    }
+  }
+  return plane;
+}
+
+// Non-negative entry count read from a para value (INT_MIN and negatives give 0).
+inline int Count(float value) { return std::max(0, AsInt(value)); }
+
+// A pointer to the vector's samples, or null on request (for optional planes).
+template <typename T>
+T* MaybeNull(FuzzedDataProvider& data, std::vector<T>& v) {
+  return data.ConsumeIntegralInRange<int>(0, 7) == 0 ? nullptr : Ptr(v);
 }
 
 }  // namespace fuzz
