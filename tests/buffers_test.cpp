@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
+#include <limits>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -227,6 +229,116 @@ TEST(MedianFilter, LimitsKeepOutTheBoundsAndAnEmptyWindowGivesTheLowerLimit) {
   EXPECT_EQ(std::vector<float>(outside, outside + 3), std::vector<float>(3, 0));
 }
 
+// ---- Fast median against the literal filter ----------------------------------------------
+
+bool SameBits(const cv::Mat& a, const cv::Mat& b) {
+  return a.size() == b.size() && std::equal(a.datastart, a.dataend, b.datastart);
+}
+
+enum class Heights { kIntegers, kQuarters, kArbitrary, kMixed, kSignedZeros, kNaN, kInfinite,
+                     kWideIntegers, kSubnormal };
+
+cv::Mat HeightPlane(Heights kind, int w, int h, unsigned seed) {
+  std::mt19937 rng(seed);
+  cv::Mat plane(h, w, CV_32FC1);
+  const float inf = std::numeric_limits<float>::infinity();
+  for (int i = 0; i < w * h; ++i) {
+    const float u = std::uniform_real_distribution<float>(-20, 120)(rng);
+    float v = std::floor(u);
+    switch (kind) {
+      case Heights::kQuarters: v = std::floor(u * 4) / 4; break;
+      case Heights::kArbitrary: v = u; break;
+      case Heights::kMixed: v = rng() % 5 ? u : u * 1e7f; break;
+      case Heights::kSignedZeros: v = rng() % 3 ? v : (rng() % 2 ? -0.0f : 0.0f); break;
+      case Heights::kNaN: v = rng() % 7 ? v : std::nanf(""); break;
+      case Heights::kInfinite: v = rng() % 7 ? v : (rng() % 2 ? inf : -inf); break;
+      case Heights::kWideIntegers: v = rng() % 9 ? v : 16777215.0f; break;
+      case Heights::kSubnormal: v = v * 1e-40f; break;
+      default: break;
+    }
+    plane.at<float>(i / w, i % w) = v;
+  }
+  return plane;
+}
+
+struct FastMedianCase {
+  Heights kind;
+  int window;
+  float evenRule, limitSwitch;
+};
+class FastMedian : public ::testing::TestWithParam<FastMedianCase> {};
+
+TEST_P(FastMedian, GivesTheLiteralFiltersBits) {
+  const FastMedianCase c = GetParam();
+  for (unsigned seed = 1; seed <= 3; ++seed) {
+    const cv::Mat src = HeightPlane(c.kind, 23, 17, seed * 7 + c.window);
+    float para[8] = {0, 23, 17, float(c.window), -10.7f, 100.9f, c.evenRule, c.limitSwitch};
+    const MedianParams params = MedianParams::FromPara(para);
+    cv::Mat literal(src.size(), CV_32FC1), fast(src.size(), CV_32FC1);
+    MedianFilterLiteral(src, literal, params);
+    MedianFilterFast(src, fast, params);
+    ASSERT_TRUE(SameBits(literal, fast)) << seed;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Planes, FastMedian,
+    ::testing::Values(FastMedianCase{Heights::kIntegers, 5, 0, 1},
+                      FastMedianCase{Heights::kIntegers, 4, 2, 1},
+                      FastMedianCase{Heights::kIntegers, 4, 0, 1},
+                      FastMedianCase{Heights::kIntegers, 6, 1, 0},
+                      FastMedianCase{Heights::kIntegers, 99, 2, 1},
+                      FastMedianCase{Heights::kIntegers, -1, 0, 1},
+                      FastMedianCase{Heights::kQuarters, 3, 2, 0},
+                      FastMedianCase{Heights::kQuarters, 4, 2, 1},
+                      FastMedianCase{Heights::kArbitrary, 5, 2, 1},
+                      FastMedianCase{Heights::kArbitrary, 4, 0, 0},
+                      FastMedianCase{Heights::kMixed, 5, 2, 1},
+                      FastMedianCase{Heights::kMixed, 4, 1, 0},
+                      FastMedianCase{Heights::kSignedZeros, 3, 2, 1},
+                      FastMedianCase{Heights::kSignedZeros, 4, 2, 0},
+                      FastMedianCase{Heights::kNaN, 5, 2, 1},
+                      FastMedianCase{Heights::kNaN, 4, 0, 0},
+                      FastMedianCase{Heights::kInfinite, 5, 1, 1},
+                      FastMedianCase{Heights::kInfinite, 4, 2, 0},
+                      FastMedianCase{Heights::kWideIntegers, 5, 2, 1},
+                      FastMedianCase{Heights::kSubnormal, 4, 2, 1}));
+
+TEST(FastMedian, TakesTheSelectionPathOnlyWhereEveryExchangeIsExact) {
+  float para[8] = {0, 23, 17, 5, -10.7f, 100.9f, 2, 1};
+  const MedianParams all = MedianParams::FromPara(para);
+  para[7] = 0;
+  const MedianParams limited = MedianParams::FromPara(para);
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kIntegers, 23, 17, 1), all));
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kQuarters, 23, 17, 1), all));
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kSubnormal, 23, 17, 1), all));
+  EXPECT_FALSE(EveryExchangeIsExact(HeightPlane(Heights::kArbitrary, 23, 17, 1), all));
+  EXPECT_FALSE(EveryExchangeIsExact(HeightPlane(Heights::kSignedZeros, 23, 17, 1), all));
+  EXPECT_FALSE(EveryExchangeIsExact(HeightPlane(Heights::kNaN, 23, 17, 1), all));
+  EXPECT_FALSE(EveryExchangeIsExact(HeightPlane(Heights::kInfinite, 23, 17, 1), all));
+  // 2^24 - 1 plus a negative integer does not fit 24 bits; the limits keep both out.
+  EXPECT_FALSE(EveryExchangeIsExact(HeightPlane(Heights::kWideIntegers, 23, 17, 1), all));
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kWideIntegers, 23, 17, 1), limited));
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kNaN, 23, 17, 1), limited));
+  EXPECT_TRUE(EveryExchangeIsExact(HeightPlane(Heights::kInfinite, 23, 17, 1), limited));
+}
+
+TEST(FastMedian, TheEarlyExitSortMatchesEveryFullPass) {
+  std::mt19937 rng(77);
+  const float specials[] = {-0.0f, 0.0f, std::nanf(""), std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(), 1e30f, 1e-30f, 3.0f};
+  for (int trial = 0; trial < 2000; ++trial) {
+    const int n = 1 + static_cast<int>(rng() % 30);
+    std::vector<float> values(n);
+    for (float& v : values)
+      v = rng() % 4 ? std::uniform_real_distribution<float>(-1e4f, 1e4f)(rng) : specials[rng() % 8];
+    std::vector<float> literal = values, fast = values;
+    ExchangeSortLiteral(literal);
+    ExchangeSortEarlyExit(fast.data(), n);
+    ASSERT_EQ(0, std::memcmp(literal.data(), fast.data(), n * sizeof(float))) << trial;
+  }
+}
+
 // ---- Resizing ---------------------------------------------------------------------------------
 
 class ResizeInterpolation : public ::testing::TestWithParam<std::pair<float, int>> {};
@@ -293,6 +405,35 @@ INSTANTIATE_TEST_SUITE_P(Windows, FlatFieldFilter,
                                            FlatFieldParams{1, 17, 11, 5, 1.5f, 0.2f, 0, 0, 0},
                                            FlatFieldParams{1, 17, 11, -3, 2, 0, 0, 0, 1},
                                            FlatFieldParams{1, 17, 11, -3, 2, 0, 0, 0, 0}));
+
+class FastFlatFieldFilter : public ::testing::TestWithParam<FlatFieldParams> {};
+
+TEST_P(FastFlatFieldFilter, GivesTheLiteralFiltersBits) {
+  const FlatFieldParams p = GetParam();
+  for (int pattern = 0; pattern < 3; ++pattern) {
+    cv::Mat img(p.height, p.width, CV_8UC1);
+    cv::randu(img, 0, 256);
+    if (pattern == 1) img(cv::Rect(p.width / 3, 1, p.width / 2, p.height / 2)).setTo(255);  // pad
+    if (pattern == 2) img.setTo(7);  // flat: nothing or everything accepted
+    const float mean = SampleMean(img);
+    cv::Mat literal(img.size(), CV_32FC1), fast(img.size(), CV_32FC1);
+    FlatFieldFilterLiteral(img, mean, p, literal);
+    FlatFieldFilterFast(img, mean, p, fast);
+    ASSERT_TRUE(SameBits(literal, fast)) << pattern;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Windows, FastFlatFieldFilter,
+                         ::testing::Values(FlatFieldParams{1, 37, 29, 1, 1e9f, 0, 0, 0, 1},
+                                           FlatFieldParams{1, 37, 29, 3, 1.3f, 0.7f, 0, 0, 5},
+                                           FlatFieldParams{1, 37, 29, 5, 1.5f, 0.2f, 0, 0, 0},
+                                           FlatFieldParams{1, 37, 29, 15, 1.1f, 0.9f, 0, 0, 50},
+                                           FlatFieldParams{1, 37, 29, 31, 2, 0.5f, 0, 0, 3},
+                                           FlatFieldParams{1, 37, 29, 1001, 2, 0.5f, 0, 0, 3},
+                                           FlatFieldParams{1, 37, 29, 9, 1.0f, 1.0f, 0, 0, 0},
+                                           FlatFieldParams{1, 1, 29, 7, 2, 0, 0, 0, 1},
+                                           FlatFieldParams{1, 37, 29, -3, 2, 0, 0, 0, 1},
+                                           FlatFieldParams{1, 37, 29, -3, 2, 0, 0, 0, 0}));
 
 TEST(FlatField, SecondMeanAddsInSinglePrecisionAndTruncatesEachStep) {
   // Past 2^24 adding 1.0f no longer changes the float, so the accumulator stalls there.

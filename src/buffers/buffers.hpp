@@ -5,6 +5,7 @@
 #ifndef IMGTARN_BUFFERS_BUFFERS_HPP
 #define IMGTARN_BUFFERS_BUFFERS_HPP
 
+#include <cstdint>
 #include <vector>
 
 #include <opencv2/core.hpp>
@@ -58,6 +59,14 @@ void ExchangeSortLiteral(std::vector<float>& values);
 float MedianOfCollected(std::vector<float>& values, EvenRule rule, float lower);
 // Reference median filter: reads `source` (CV_32F) and writes every sample of `result`.
 void MedianFilterLiteral(const cv::Mat& source, cv::Mat& result, const MedianParams& params);
+// True when every collectable sample lies on one power-of-two grid narrow enough that each
+// arithmetic exchange is an exact swap (no -0, NaN or infinity either).
+bool EveryExchangeIsExact(const cv::Mat& source, const MedianParams& params);
+// The literal exchange passes, stopped after the first pass that exchanges nothing.
+void ExchangeSortEarlyExit(float* values, int n);
+// The production median filter: the literal filter's values, by selection on exact planes and
+// by the early-exit exchange sort otherwise.
+void MedianFilterFast(const cv::Mat& source, cv::Mat& result, const MedianParams& params);
 
 // Flat-field calibration on a stack of 6n images of W x H bytes; writes 6 * W * H floats
 // (offsets then gains). The window must be odd.
@@ -69,6 +78,12 @@ float SampleMean(const cv::Mat& image);
 // size written in full.
 void FlatFieldFilterLiteral(const cv::Mat& image, float mean, const FlatFieldParams& params,
                             cv::Mat& filtered);
+// One filtered sample from the accepted samples' sum and count of its window.
+float FlatFieldValue(std::int64_t sum, int count, float mean, const FlatFieldParams& params);
+// The production local filter: the literal filter's values from integral images of the
+// accepted samples and of their indicator, at a cost independent of the window size.
+void FlatFieldFilterFast(const cv::Mat& image, float mean, const FlatFieldParams& params,
+                         cv::Mat& filtered);
 // Mean of a filtered image through the truncating single-precision accumulator.
 float SecondMean(const cv::Mat& filtered);
 

@@ -31,7 +31,7 @@ StackStatistics FilterStack(const unsigned char* stack, const FlatFieldParams& p
   for (std::size_t i = 0; i < images; ++i) {
     const cv::Mat image = WrapPlane(stack + area * i, params.width, params.height);
     cv::Mat filtered(params.height, params.width, CV_32FC1, stats.filtered.data() + area * i);
-    FlatFieldFilterLiteral(image, SampleMean(image), params, filtered);
+    FlatFieldFilterFast(image, SampleMean(image), params, filtered);
     stats.secondMeans[i] = SecondMean(filtered);
     const int target = i < kPlanes ? params.targetLow : params.targetHigh;
     stats.targetGains[i] = static_cast<float>(target) / stats.secondMeans[i];

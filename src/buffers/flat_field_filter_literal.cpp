@@ -37,22 +37,22 @@ Accepted AcceptedInWindow(const cv::Mat& image, int y, int x, int half, float lo
   return accepted;
 }
 
+}  // namespace
+
 // floor(sum / count) in double precision when enough samples were accepted (an empty count
 // divides by k * k instead and gives 0), otherwise the truncated image mean; only the low
 // byte is kept.
-float FilteredSample(const Accepted& accepted, float mean, const FlatFieldParams& params) {
+float FlatFieldValue(std::int64_t sum, int count, float mean, const FlatFieldParams& params) {
   int value;
-  if (accepted.count >= params.minCount) {
-    const double divisor = accepted.count != 0 ? static_cast<double>(accepted.count)
-                                               : static_cast<double>(params.window) * params.window;
-    value = TruncToInt(std::floor(static_cast<double>(accepted.sum) / divisor));
+  if (count >= params.minCount) {
+    const double divisor = count != 0 ? static_cast<double>(count)
+                                      : static_cast<double>(params.window) * params.window;
+    value = TruncToInt(std::floor(static_cast<double>(sum) / divisor));
   } else {
     value = TruncToInt(mean);
   }
   return static_cast<float>(value & 0xFF);
 }
-
-}  // namespace
 
 void FlatFieldFilterLiteral(const cv::Mat& image, float mean, const FlatFieldParams& params,
                             cv::Mat& filtered) {
@@ -61,8 +61,10 @@ void FlatFieldFilterLiteral(const cv::Mat& image, float mean, const FlatFieldPar
   const float high = mean * params.acceptHigh;
   for (int y = 0; y < image.rows; ++y) {
     float* out = filtered.ptr<float>(y);
-    for (int x = 0; x < image.cols; ++x)
-      out[x] = FilteredSample(AcceptedInWindow(image, y, x, half, low, high), mean, params);
+    for (int x = 0; x < image.cols; ++x) {
+      const Accepted accepted = AcceptedInWindow(image, y, x, half, low, high);
+      out[x] = FlatFieldValue(accepted.sum, accepted.count, mean, params);
+    }
   }
 }
 

@@ -11,7 +11,7 @@ int MedianFilterFloatPlane(float* heights, float* filtered, float* para) {
   cv::Mat source = WrapFloatPlane(filtered, params.width, params.height);
   // The unfiltered plane goes to the second buffer first; the first receives the medians.
   result.copyTo(source);
-  MedianFilterLiteral(source, result, params);
+  MedianFilterFast(source, result, params);
   return 0;
 }
 
