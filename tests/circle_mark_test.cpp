@@ -67,7 +67,7 @@ TEST(CircleToolkit, TemplateSearchPutsCentreAtIntegerHalfOfOddTemplate) {
   EXPECT_GT(found.score, 0.95f);
 }
 
-TEST(CircleToolkit, GradientMeasureFindsDiameterAndCentre) {
+TEST(CircleToolkit, GradientMeasureFindsDiameterAndCentreInAClippedWindow) {
   const cv::Mat plane = DiscPlane(cv::Size(100, 80), cv::Point2f(40.0f, 30.0f), 15.0f);
   const auto measure = cm::MeasureCircleByGradient(plane, cv::Rect(20, 10, 40, 40));
   ASSERT_TRUE(measure);
@@ -75,14 +75,10 @@ TEST(CircleToolkit, GradientMeasureFindsDiameterAndCentre) {
   EXPECT_NEAR(measure->rows.Diameter(), 30, 1);
   EXPECT_NEAR(cm::SpanCentre(measure->window.x, measure->columns), 40.0f, 0.6f);
   EXPECT_NEAR(cm::SpanCentre(measure->window.y, measure->rows), 30.0f, 0.6f);
-}
-
-TEST(CircleToolkit, GradientWindowIsClippedToTheImage) {
-  const cv::Mat plane = DiscPlane(cv::Size(60, 50), cv::Point2f(30, 25), 10.0f);
-  const auto partly = cm::MeasureCircleByGradient(plane, cv::Rect(-10, 40, 30, 30));
+  const auto partly = cm::MeasureCircleByGradient(plane, cv::Rect(-10, 70, 30, 30));
   ASSERT_TRUE(partly);
-  EXPECT_EQ(partly->window, cv::Rect(0, 40, 20, 10));
-  EXPECT_FALSE(cm::MeasureCircleByGradient(plane, cv::Rect(60, 0, 10, 10)));
+  EXPECT_EQ(partly->window, cv::Rect(0, 70, 20, 10));
+  EXPECT_FALSE(cm::MeasureCircleByGradient(plane, cv::Rect(100, 0, 10, 10)));
 }
 
 TEST(CircleToolkit, ClosingCircleOfOneDiscIsNearItsCentre) {
@@ -118,40 +114,27 @@ TEST(CircleToolkit, MosaicTilesTwoPerRow) {
 
 // ---- Mark location: accuracy over radii and placements ----
 
-enum class Place { kInside, kNearRight, kNearLeft, kNearBottom, kNearTop };
-enum class Cut { kRight, kLeft, kBottom, kTop };
+enum class Side { kNone, kRight, kLeft, kBottom, kTop };
 
 struct Scene {
   cv::Mat plane;
   cv::Point2f centre;
 };
 
-// A plane about five radii wide and four high; "near" leaves 1.5 to 3 px between the disc and
-// the border, so the 5-pixel margin of the search is crossed but nothing is cut.
-Scene PlaceDisc(float radius, Place place) {
+// A plane about five radii wide and four high with the disc near `side`: an uncut disc leaves
+// 1.5 to 3 px to the border, so the 5-pixel margin of the search is crossed but nothing is
+// cut; a cut disc has 30 % of its radius outside the plane.
+Scene PlaceDisc(float radius, Side side, bool cut = false) {
   const cv::Size size(static_cast<int>(5 * radius + 40), static_cast<int>(4 * radius + 40));
-  const float gap = radius + 2.3f;
-  cv::Point2f centre(size.width * 0.45f + 0.3f, size.height * 0.55f + 0.6f);
-  if (place == Place::kNearRight) centre.x = size.width - gap;
-  if (place == Place::kNearLeft) centre.x = gap;
-  if (place == Place::kNearBottom) centre.y = size.height - gap;
-  if (place == Place::kNearTop) centre.y = gap;
-  return {DiscPlane(size, centre, radius, static_cast<int>(radius) + static_cast<int>(place)),
-          centre};
-}
-
-// Centre of the disc this far (in radii) inside the cut border: 0.7 leaves 30 % of the radius
-// outside the plane.
-Scene CutDisc(float radius, Cut cut) {
-  const cv::Size size(static_cast<int>(5 * radius + 40), static_cast<int>(4 * radius + 40));
-  const float inside = 0.7f * radius;
-  cv::Point2f centre(size.width * 0.5f + 0.3f, size.height * 0.5f - 0.2f);
-  if (cut == Cut::kRight) centre.x = size.width - inside;
-  if (cut == Cut::kLeft) centre.x = inside;
-  if (cut == Cut::kBottom) centre.y = size.height - inside;
-  if (cut == Cut::kTop) centre.y = inside;
-  return {DiscPlane(size, centre, radius, 100 + static_cast<int>(radius) + static_cast<int>(cut)),
-          centre};
+  const float fromBorder = cut ? 0.7f * radius : radius + 2.3f;
+  cv::Point2f centre = cut ? cv::Point2f(size.width * 0.5f + 0.3f, size.height * 0.5f - 0.2f)
+                           : cv::Point2f(size.width * 0.45f + 0.3f, size.height * 0.55f + 0.6f);
+  if (side == Side::kRight) centre.x = size.width - fromBorder;
+  if (side == Side::kLeft) centre.x = fromBorder;
+  if (side == Side::kBottom) centre.y = size.height - fromBorder;
+  if (side == Side::kTop) centre.y = fromBorder;
+  const int seed = static_cast<int>(radius) + static_cast<int>(side) + (cut ? 99 : 0);
+  return {DiscPlane(size, centre, radius, seed), centre};
 }
 
 struct Found {
@@ -176,14 +159,14 @@ int RoiSlot(unsigned char* plane, float* para, void*, float* result) {
 struct AccuracyCase {
   MarkSlot slot;
   float radius;
-  Place place;
+  Side side;
 };
 
 class MarkAccuracy : public ::testing::TestWithParam<AccuracyCase> {};
 
 TEST_P(MarkAccuracy, CentreWithinOnePixel) {
   const AccuracyCase c = GetParam();
-  const Scene scene = PlaceDisc(c.radius, c.place);
+  const Scene scene = PlaceDisc(c.radius, c.side);
   const Found found = RunMark(c.slot, scene.plane, c.radius);
   EXPECT_EQ(found.status, 0);
   EXPECT_LE(cv::norm(found.centre - scene.centre), 1.0) << found.centre;
@@ -194,12 +177,11 @@ TEST_P(MarkAccuracy, CentreWithinOnePixel) {
 // does not give), the quick search from 8.
 std::vector<AccuracyCase> AccuracyCases() {
   std::vector<AccuracyCase> cases;
-  for (Place place :
-       {Place::kInside, Place::kNearRight, Place::kNearLeft, Place::kNearBottom, Place::kNearTop}) {
+  for (Side side : {Side::kNone, Side::kRight, Side::kLeft, Side::kBottom, Side::kTop}) {
     for (float radius : {12.0f, 20.0f, 35.0f, 60.0f})
-      cases.push_back({cm::LocateCircleMark, radius, place});
+      cases.push_back({cm::LocateCircleMark, radius, side});
     for (float radius : {8.0f, 12.0f, 20.0f, 35.0f, 60.0f})
-      cases.push_back({cm::LocateCircleMarkQuick, radius, place});
+      cases.push_back({cm::LocateCircleMarkQuick, radius, side});
   }
   return cases;
 }
@@ -208,14 +190,14 @@ INSTANTIATE_TEST_SUITE_P(RadiiAndBorders, MarkAccuracy, ::testing::ValuesIn(Accu
 
 // A cut mark cannot be measured across the cut: that axis comes from the Hough centres, which
 // wander by a pixel or two on a partial arc; the other axis is still measured.
-class CutMarkAccuracy : public ::testing::TestWithParam<std::tuple<float, Cut>> {};
+class CutMarkAccuracy : public ::testing::TestWithParam<std::tuple<float, Side>> {};
 
 TEST_P(CutMarkAccuracy, UncutAxisWithinOnePixelCutAxisWithinThree) {
   const auto [radius, cut] = GetParam();
-  const Scene scene = CutDisc(radius, cut);
+  const Scene scene = PlaceDisc(radius, cut, true);
   const Found found = RunMark(cm::LocateCircleMark, scene.plane, radius);
   ASSERT_EQ(found.status, 0);
-  const bool horizontal = cut == Cut::kRight || cut == Cut::kLeft;
+  const bool horizontal = cut == Side::kRight || cut == Side::kLeft;
   const float cutError =
       horizontal ? found.centre.x - scene.centre.x : found.centre.y - scene.centre.y;
   const float uncutError =
@@ -226,19 +208,21 @@ TEST_P(CutMarkAccuracy, UncutAxisWithinOnePixelCutAxisWithinThree) {
 
 INSTANTIATE_TEST_SUITE_P(RadiiAndBorders, CutMarkAccuracy,
                          ::testing::Combine(::testing::Values(12.0f, 20.0f, 35.0f, 60.0f),
-                                            ::testing::Values(Cut::kRight, Cut::kLeft, Cut::kBottom,
-                                                              Cut::kTop)));
+                                            ::testing::Values(Side::kRight, Side::kLeft,
+                                                              Side::kBottom, Side::kTop)));
 
-// ---- Mark location: branches ----
+// ---- Mark location: branches, told apart by their debug output ----
 
-TEST(LocateCircleMark, PlaneWithoutDiscEndsAfterTheEdgeStage) {
+struct Traced {
+  Found found;
+  std::vector<std::string> titles, files;
+};
+
+Traced RunTraced(MarkSlot slot, const cv::Mat& plane, float radius) {
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
-  const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(-100, -100), 1.0f);
-  const Found found = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
-  EXPECT_EQ(found.status, -1);
-  EXPECT_EQ(found.centre, cv::Point2f(0, 0));
-  EXPECT_FALSE(Contains(sink.Titles(), "Original Image"));  // the template stage never ran
+  const Found found = RunMark(slot, plane, radius, 1);
+  return {found, sink.Titles(), sink.Files()};
 }
 
 TEST(LocateCircleMark, InsideMarkIsMeasuredAndWritesTheDebugFileOnlyWithDebug) {
@@ -247,22 +231,19 @@ TEST(LocateCircleMark, InsideMarkIsMeasuredAndWritesTheDebugFileOnlyWithDebug) {
   debug_view::ScopedSink scope(&sink);
   RunMark(cm::LocateCircleMark, plane, 20.0f, 0);
   EXPECT_TRUE(sink.Empty());
-  RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
-  const std::vector<std::string> titles = sink.Titles();
-  EXPECT_EQ(titles, (std::vector<std::string>{"Edges Image", "---template find --bilateral",
-                                              "Using Grad method found the best circle."}));
-  EXPECT_EQ(sink.Files(), std::vector<std::string>{kDebugFile});
+  const Traced traced = RunTraced(cm::LocateCircleMark, plane, 20.0f);
+  EXPECT_EQ(traced.titles, (std::vector<std::string>{"Edges Image", "---template find --bilateral",
+                                                     "Using Grad method found the best circle."}));
+  EXPECT_EQ(traced.files, std::vector<std::string>{kDebugFile});
 }
 
 TEST(LocateCircleMark, NearBorderMarkWithOrdinaryTemplateScoreIsReTested) {
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
-  const Scene scene = PlaceDisc(20.0f, Place::kNearRight);
-  const Found found = RunMark(cm::LocateCircleMark, scene.plane, 20.0f, 1);
-  EXPECT_LE(cv::norm(found.centre - scene.centre), 1.0);
-  EXPECT_TRUE(Contains(sink.Titles(), "The new ROI"));
-  EXPECT_TRUE(Contains(sink.Titles(), "Test the circle's position."));
-  EXPECT_TRUE(sink.Files().empty());
+  const Scene scene = PlaceDisc(20.0f, Side::kRight);
+  const Traced traced = RunTraced(cm::LocateCircleMark, scene.plane, 20.0f);
+  EXPECT_LE(cv::norm(traced.found.centre - scene.centre), 1.0);
+  EXPECT_TRUE(Contains(traced.titles, "The new ROI"));
+  EXPECT_TRUE(Contains(traced.titles, "Test the circle's position."));
+  EXPECT_TRUE(traced.files.empty());
 }
 
 TEST(LocateCircleMark, NearBorderMarkMatchingTheTemplateTakesTheTemplateEstimate) {
@@ -271,66 +252,52 @@ TEST(LocateCircleMark, NearBorderMarkMatchingTheTemplateTakesTheTemplateEstimate
   cv::Mat plane(120, 140, CV_8UC1, cv::Scalar(60));
   const cv::Rect at(140 - disc.cols - 3, 40, disc.cols, disc.rows);
   disc.copyTo(plane(at), disc);
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
-  const Found found = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
-  EXPECT_EQ(found.centre, cv::Point2f(at.x + disc.cols / 2, at.y + disc.rows / 2));
-  EXPECT_FALSE(Contains(sink.Titles(), "The new ROI"));
+  const Traced traced = RunTraced(cm::LocateCircleMark, plane, 20.0f);
+  EXPECT_EQ(traced.found.centre, cv::Point2f(at.x + disc.cols / 2, at.y + disc.rows / 2));
+  EXPECT_FALSE(Contains(traced.titles, "The new ROI"));
 }
 
 TEST(LocateCircleMark, MarkInACornerIsLeftToTheTemplateStage) {
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
   const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(132, 112), 20.0f);
-  RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
-  EXPECT_TRUE(Contains(sink.Titles(), "Original Image"));
-  EXPECT_TRUE(Contains(sink.Titles(), "guaCircle"));
+  const Traced traced = RunTraced(cm::LocateCircleMark, plane, 20.0f);
+  EXPECT_TRUE(Contains(traced.titles, "Original Image"));
+  EXPECT_TRUE(Contains(traced.titles, "guaCircle"));
 }
 
-// ---- Template stage (quick search) paths ----
-
 TEST(QuickMark, ConvincingTemplateMatchNeedsNoFurtherSearch) {
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
   const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(60.3f, 60.4f), 20.0f);
-  const Found found = RunMark(cm::LocateCircleMarkQuick, plane, 20.0f, 1);
-  EXPECT_EQ(found.status, 0);
-  EXPECT_EQ(sink.Titles(),
+  const Traced traced = RunTraced(cm::LocateCircleMarkQuick, plane, 20.0f);
+  EXPECT_EQ(traced.found.status, 0);
+  EXPECT_EQ(traced.titles,
             (std::vector<std::string>{"Orginal Image", "Smoothing", "---template find --bilateral",
                                       "ROI", "tempHCRoi"}));
 }
 
 TEST(QuickMark, RingWithWeakTemplateScoreUsesTheClosingCircle) {
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
   const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(60.0f, 60.0f), 20.0f, 1, 8.0f);
-  const Found found = RunMark(cm::LocateCircleMarkQuick, plane, 20.0f, 1);
-  EXPECT_EQ(found.status, 0);
+  const Traced traced = RunTraced(cm::LocateCircleMarkQuick, plane, 20.0f);
+  EXPECT_EQ(traced.found.status, 0);
   // Whole pixels: the closing circle works on truncated Hough centres.
-  EXPECT_LE(cv::norm(found.centre - cv::Point2f(60, 60)), 1.5) << found.centre;
-  EXPECT_TRUE(Contains(sink.Titles(), "--closing circle--"));
-  EXPECT_TRUE(Contains(sink.Titles(), "tempHCRoi2"));
-  EXPECT_FALSE(Contains(sink.Titles(), "guaCircle"));
+  EXPECT_LE(cv::norm(traced.found.centre - cv::Point2f(60, 60)), 1.5) << traced.found.centre;
+  EXPECT_TRUE(Contains(traced.titles, "--closing circle--"));
+  EXPECT_TRUE(Contains(traced.titles, "tempHCRoi2"));
+  EXPECT_FALSE(Contains(traced.titles, "guaCircle"));
 }
 
 TEST(QuickMark, CutMarkIsFoundByTheScoredFullImageSearch) {
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
   // Cut by 60 % of its radius, the disc no longer correlates with the template.
   const cv::Point2f centre(132.0f, 60.0f);
-  const cv::Mat plane = DiscPlane(cv::Size(140, 120), centre, 20.0f);
-  const Found found = RunMark(cm::LocateCircleMarkQuick, plane, 20.0f, 1);
-  EXPECT_EQ(found.status, 0);
-  EXPECT_LE(cv::norm(found.centre - centre), 2.0) << found.centre;
-  EXPECT_TRUE(Contains(sink.Titles(), "guaCircle"));
-  EXPECT_TRUE(Contains(sink.Titles(), "hCRoi"));
-  EXPECT_TRUE(sink.Files().empty());
+  const Traced traced =
+      RunTraced(cm::LocateCircleMarkQuick, DiscPlane(cv::Size(140, 120), centre, 20.0f), 20.0f);
+  EXPECT_EQ(traced.found.status, 0);
+  EXPECT_LE(cv::norm(traced.found.centre - centre), 2.0) << traced.found.centre;
+  EXPECT_TRUE(Contains(traced.titles, "guaCircle"));
+  EXPECT_TRUE(Contains(traced.titles, "hCRoi"));
+  EXPECT_TRUE(traced.files.empty());
 }
 
-// ---- Two-scale search ----
-
 TEST(LocateCircleMarkRoi, FindsTheMarkAtHalfSizeInWholePlanePixels) {
-  const Scene scene = PlaceDisc(35.0f, Place::kInside);
+  const Scene scene = PlaceDisc(35.0f, Side::kNone);
   const Found found = RunMark(RoiSlot, scene.plane, 35.0f);
   EXPECT_EQ(found.status, 0);
   // Half-size pixels are two whole-plane pixels wide.
@@ -348,9 +315,7 @@ TEST_P(MarkRefusal, NullPlaneZeroAreaAndUnusableRadiiGiveMinusOneAndZeros) {
   std::vector<float> para = MarkPara(plane, 10.0f);
   float result[3] = {7, 7, 7};
   EXPECT_EQ(slot(nullptr, para.data(), nullptr, result), -1);
-  EXPECT_EQ(result[0], 0.0f);
-  EXPECT_EQ(result[1], 0.0f);
-  EXPECT_EQ(result[2], 0.0f);
+  EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
   para[0] = 0.0f;
   EXPECT_EQ(slot(plane.data, para.data(), nullptr, result), -1);
   para[0] = 60.0f;
@@ -358,16 +323,17 @@ TEST_P(MarkRefusal, NullPlaneZeroAreaAndUnusableRadiiGiveMinusOneAndZeros) {
     para[2] = radius;
     result[0] = result[1] = 7;
     EXPECT_EQ(slot(plane.data, para.data(), nullptr, result), -1) << radius;
-    EXPECT_EQ(result[0], 0.0f);
-    EXPECT_EQ(result[1], 0.0f);
+    EXPECT_EQ(cv::Point2f(result[0], result[1]), cv::Point2f(0, 0)) << radius;
   }
 }
 
+// A plane without a disc ends after the edge stage: the template stage never runs.
 TEST_P(MarkRefusal, PlaneWithoutDiscGivesMinusOneAndNoCentre) {
   const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(-100, -100), 1.0f);
-  const Found found = RunMark(GetParam(), plane, 20.0f);
-  EXPECT_EQ(found.status, -1);
-  EXPECT_EQ(found.centre, cv::Point2f(0, 0));
+  const Traced traced = RunTraced(GetParam(), plane, 20.0f);
+  EXPECT_EQ(traced.found.status, -1);
+  EXPECT_EQ(traced.found.centre, cv::Point2f(0, 0));
+  EXPECT_FALSE(Contains(traced.titles, "Original Image"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Slots, MarkRefusal,
@@ -463,24 +429,21 @@ TEST(DirectHough, SmoothedShowsWindowsOnlyWithDebug) {
 
 // ---- Edge adjustment ----
 
-TEST(AdjustCircleEdges, RefinesAnOffCentreGuessOfADisc) {
-  cv::Mat plane = DiscPlane(cv::Size(100, 90), cv::Point2f(50.3f, 40.6f), 20.0f);
+TEST(AdjustCircleEdges, RefinesAnOffCentreGuessOfADiscAndRecoversTheAxesOfAnEllipse) {
+  cv::Mat disc = DiscPlane(cv::Size(100, 90), cv::Point2f(50.3f, 40.6f), 20.0f);
   float para[5] = {100, 90, 52.0f, 39.0f, 22.0f};
   float result[5] = {};
-  ASSERT_EQ(cm::AdjustCircleEdges(plane.data, para, nullptr, result), 0);
+  ASSERT_EQ(cm::AdjustCircleEdges(disc.data, para, nullptr, result), 0);
   EXPECT_NEAR(result[0], 50.3f, 0.3f);
   EXPECT_NEAR(result[1], 40.6f, 0.3f);
   EXPECT_NEAR(result[2], 20.0f, 0.6f);
   EXPECT_NEAR(result[3], 20.0f, 0.6f);
-}
 
-TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipse) {
-  cv::Mat plane(100, 120, CV_8UC1, cv::Scalar(50));
-  cv::ellipse(plane, cv::Point(60, 50), cv::Size(30, 20), 0, 0, 360, cv::Scalar(210), -1,
+  cv::Mat ellipse(100, 120, CV_8UC1, cv::Scalar(50));
+  cv::ellipse(ellipse, cv::Point(60, 50), cv::Size(30, 20), 0, 0, 360, cv::Scalar(210), -1,
               cv::LINE_AA);
-  float para[5] = {120, 100, 60.0f, 50.0f, 25.0f};
-  float result[5] = {};
-  ASSERT_EQ(cm::AdjustCircleEdges(plane.data, para, nullptr, result), 0);
+  float guess[5] = {120, 100, 60.0f, 50.0f, 25.0f};
+  ASSERT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, nullptr, result), 0);
   EXPECT_NEAR(result[0], 60.0f, 0.3f);
   EXPECT_NEAR(result[1], 50.0f, 0.3f);
   EXPECT_NEAR(std::max(result[2], result[3]), 30.0f, 1.0f);
