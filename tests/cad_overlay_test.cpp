@@ -118,6 +118,64 @@ TEST(SpillWeightMap, BoundaryWithoutOutsideEndsWhenGrowthStops) {
   EXPECT_EQ(co::CountInsideGrowthSteps(cv::Mat::zeros(kPlane, CV_8UC1), outside), 0);
 }
 
+// The distance-transform version against the growth loop, on structured and random masks.
+struct SpillCase {
+  const char* name;
+  cv::Mat cad, boundary;
+};
+
+std::vector<SpillCase> SpillCases() {
+  std::vector<SpillCase> cases;
+  const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
+  cases.push_back({"margin", Mask(kPlane, {kPad}), Mask(kPlane, {kInside})});
+  cases.push_back({"no outside", Mask(kPlane, {kPad}), everywhere});
+  cases.push_back({"first step out", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(20, 20, 21, 20)})});
+  cases.push_back({"pad outside", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(0, 0, 25, 60)})});
+  cases.push_back({"empty pad", cv::Mat::zeros(kPlane, CV_8UC1), Mask(kPlane, {kInside})});
+  cases.push_back({"corner pad", Mask(kPlane, {cv::Rect(0, 0, 3, 2)}, 7), everywhere});
+  cases.push_back({"edge pad", Mask(kPlane, {cv::Rect(55, 10, 5, 5)}), Mask(kPlane, {kInside}, 254)});
+  cases.push_back({"two pads", Mask(kPlane, {cv::Rect(5, 5, 4, 4), cv::Rect(45, 30, 6, 9)}),
+                   Mask(kPlane, {cv::Rect(0, 0, 60, 50)})});
+  // More than 255 rings: the first rings' weights truncate to 0 and take the next ones'.
+  const cv::Size wide(600, 8);
+  cases.push_back({"many rings", Mask(wide, {cv::Rect(0, 3, 1, 1)}),
+                   cv::Mat(wide, CV_8UC1, cv::Scalar(255))});
+  cv::RNG rng(5);
+  for (int i = 0; i < 12; ++i) {
+    cv::Mat cad = cv::Mat::zeros(kPlane, CV_8UC1), boundary(kPlane, CV_8UC1, cv::Scalar(255));
+    for (int b = 0; b < 1 + i % 3; ++b)
+      cv::circle(cad, {rng.uniform(0, 60), rng.uniform(0, 60)}, rng.uniform(0, 6), 255, -1);
+    for (int h = 0; h < i % 4; ++h)
+      boundary.at<unsigned char>(rng.uniform(0, 60), rng.uniform(0, 60)) = rng.uniform(0, 255);
+    cases.push_back({"random", cad, boundary});
+  }
+  return cases;
+}
+
+class FastSpillWeightMap : public ::testing::TestWithParam<SpillCase> {};
+
+TEST_P(FastSpillWeightMap, MatchesTheGrowthLoop) {
+  const SpillCase& c = GetParam();
+  cv::Mat outside;
+  cv::bitwise_not(c.boundary, outside);
+  EXPECT_EQ(co::CountInsideGrowthStepsFast(c.cad, outside), co::CountInsideGrowthSteps(c.cad, outside));
+  const cv::Mat literal = co::BuildSpillWeightMap(c.cad, c.boundary);
+  const cv::Mat fast = co::BuildSpillWeightMapFast(c.cad, c.boundary);
+  ASSERT_EQ(fast.size(), literal.size());
+  EXPECT_EQ(cv::countNonZero(fast != literal), 0) << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Masks, FastSpillWeightMap, ::testing::ValuesIn(SpillCases()));
+
+TEST(FastSpillWeightMap, RingsBeyond255KeepTheNextNonZeroWeight) {
+  const cv::Size wide(600, 8);
+  const cv::Mat weights = co::BuildSpillWeightMapFast(Mask(wide, {cv::Rect(0, 3, 1, 1)}),
+                                                      cv::Mat(wide, CV_8UC1, cv::Scalar(255)));
+  // 599 rings: ring 1 weighs 255 / 599 < 1, so it carries ring 3's weight 1.
+  EXPECT_EQ(weights.at<unsigned char>(3, 1), 1);
+  EXPECT_EQ(weights.at<unsigned char>(3, 599), 255);
+}
+
 // ---- Overlay scoring ----
 
 double Pass(cv::Mat measured, const cv::Mat& cad, const cv::Mat& boundary, int pass) {

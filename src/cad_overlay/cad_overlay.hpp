@@ -90,6 +90,10 @@ cv::Mat BuildSpillWeightMap(const cv::Mat& cad, const cv::Mat& boundary);
 // The number of 3 x 3 growth steps from `cad` that change the grown mask and stay clear of
 // `outside` (the ring count of BuildSpillWeightMap).
 int CountInsideGrowthSteps(const cv::Mat& cad, const cv::Mat& outside);
+// The same map and ring count from one chessboard distance transform (what the overlay score
+// uses); the growth versions above are their reference.
+cv::Mat BuildSpillWeightMapFast(const cv::Mat& cad, const cv::Mat& boundary);
+int CountInsideGrowthStepsFast(const cv::Mat& cad, const cv::Mat& outside);
 
 // Covered share of the CAD pad minus the weighted spill into `difference`; -1 on empty input.
 double CoverageScore(const cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary,

@@ -15,7 +15,7 @@ double CoverageScore(const cv::Mat& measured, const cv::Mat& cad, const cv::Mat&
     debug_view::Show("目标模板图像", cad);
     debug_view::Show("外模板图像", difference);
   }
-  const cv::Mat weights = BuildSpillWeightMap(cad, boundary);
+  const cv::Mat weights = BuildSpillWeightMapFast(cad, boundary);
 
   double covered = 0.0, spill = 0.0;
   for (int y = 0; y < measured.rows; ++y) {
