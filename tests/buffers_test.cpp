@@ -7,6 +7,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -505,6 +506,20 @@ TEST(CountingSort, MatchesAStableSortForNarrowAndWideSpreads) {
       EXPECT_EQ(permutation, order) << spread;
       for (size_t i = 0; i < in.size(); ++i) ASSERT_EQ(values[i], in[order[i]]);
     }
+  }
+}
+
+// Found by fuzzing: an empty image used to reach cv::merge, which faults on empty planes
+// instead of raising; the contract is imwrite's cv::Exception.
+TEST(SaveImagePlanes, AnEmptyImageRaisesCvExceptionInsteadOfFaulting) {
+  const std::string path = testing::TempDir() + "buffers_empty.png";
+  std::vector<unsigned char> chars(path.begin(), path.end()), plane(16, 0);
+  for (float size : {0.0f, -3.0f, std::numeric_limits<float>::quiet_NaN()}) {
+    float para[3] = {static_cast<float>(chars.size()), size, 4.0f};
+    EXPECT_THROW(imgtarn::buffers::SaveImagePlanes(chars.data(), plane.data(), plane.data(),
+                                                   plane.data(), para),
+                 cv::Exception)
+        << size;
   }
 }
 

@@ -66,12 +66,14 @@ int SaveImagePlanes(unsigned char* path, unsigned char* channel2, unsigned char*
   const int width = ParaInt(para, 1);
   const int height = ParaInt(para, 2);
   // A size of 0 or below gives an empty image, which imwrite refuses with its own error.
-  const auto wrap = [&](unsigned char* data) {
-    return width > 0 && height > 0 ? WrapPlane(data, width, height) : cv::Mat();
-  };
-  const std::vector<cv::Mat> channels{wrap(channel0), wrap(channel1), wrap(channel2)};
+  // cv::merge is not asked to join empty planes: it faults on them instead of throwing.
   cv::Mat image;
-  cv::merge(channels, image);
+  if (width > 0 && height > 0) {
+    const std::vector<cv::Mat> channels{WrapPlane(channel0, width, height),
+                                        WrapPlane(channel1, width, height),
+                                        WrapPlane(channel2, width, height)};
+    cv::merge(channels, image);
+  }
   cv::imwrite(file, image, std::vector<int>());  // a failed write is not reported
   return 0;
 }
