@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <opencv2/imgproc.hpp>
+#include <utility>
 #include <vector>
 
 #include "support/host_library.hpp"
@@ -32,21 +34,25 @@ HostPlane TwoBlobs() {
   return plane;
 }
 
-std::vector<float> Para() {
-  std::vector<float> para(32, 0.0f);
-  para[0] = kSize;
-  para[1] = kSize;
-  para[5] = 4;  // capacities, where the slot has one at [5]
+using Floats = std::vector<float>;
+
+// Width, height, capacity 4 where the slot has one at [5], and the given (index, value) pairs.
+Floats Para(std::initializer_list<std::pair<int, float>> set = {}) {
+  Floats para(32, 0.0f);
+  para[0] = para[1] = kSize;
+  para[5] = 4;
+  for (const auto& [index, value] : set) para[index] = value;
   return para;
+}
+
+Floats Slice(const float* values, int from, int count) {
+  return Floats(values + from, values + from + count);
 }
 
 TEST(HostContours, Slot6OutlinesAndCounts) {
   host::ImgObject img;
   HostPlane source = TwoBlobs(), red, green;
-  std::vector<float> para = Para();
-  para[3] = 1;
-  para[5] = 255;
-  para[6] = 128;
+  Floats para = Para({{3, 1}, {5, 255}, {6, 128}});
   ASSERT_EQ(img.Call<int>(6, source.data(), para.data(), red.data(), green.data(),
                           static_cast<uchar*>(nullptr)),
             0);
@@ -62,15 +68,12 @@ TEST(HostContours, Slot7TellsRingFromSolid) {
   cv::circle(source.Mat(), {10, 10}, 7, cv::Scalar(255), cv::FILLED);
   cv::circle(source.Mat(), {10, 10}, 3, cv::Scalar(0), cv::FILLED);
   cv::circle(source.Mat(), {28, 28}, 6, cv::Scalar(255), cv::FILLED);
-  std::vector<float> para = Para();
-  para[6] = 1;
-  para[7] = 1;
+  Floats para = Para({{6, 1}, {7, 1}});
   float solids[4] = {}, ringEntries[4] = {};
   ASSERT_EQ(img.Call<int>(7, rings.data(), static_cast<uchar*>(nullptr), solids, para.data(),
                           ringEntries, source.data()),
             0);
-  EXPECT_EQ(para[8], 1.0f);
-  EXPECT_EQ(para[9], 1.0f);
+  EXPECT_EQ(Slice(para.data(), 8, 2), (Floats{1, 1}));
   EXPECT_NEAR(ringEntries[0], 10.0f, 1e-3);
   EXPECT_NEAR(solids[1], 28.0f, 1e-3);
   EXPECT_EQ(rings.At(10, 4), 255);
@@ -80,44 +83,32 @@ TEST(HostContours, Slot7TellsRingFromSolid) {
 TEST(HostContours, Slot8BoundingRectsInPara) {
   host::ImgObject img;
   HostPlane source = TwoBlobs();
-  source.Mat().at<uchar>(35, 35) = 255;  // a speck that the opening removes
-  std::vector<float> para = Para();
-  para[3] = 1;  // opening radius
-  para[5] = 0;  // no closing
-  para[6] = 2;
+  source.Mat().at<uchar>(35, 35) = 255;          // a speck that the opening removes
+  Floats para = Para({{3, 1}, {5, 0}, {6, 2}});  // opening radius 1, no closing
   ASSERT_EQ(img.Call<int>(8, source.data(), para.data()), 0);
-  ASSERT_EQ(para[7], 2.0f);
-  const float expected[8] = {2, 2, 10, 20, 20, 5, 12, 12};
-  for (int i = 0; i < 8; ++i) EXPECT_EQ(para[8 + i], expected[i]) << i;
+  EXPECT_EQ(Slice(para.data(), 7, 9), (Floats{2, 2, 2, 10, 20, 20, 5, 12, 12}));
 }
 
 TEST(HostContours, Slot9AreasAndCentroids) {
   host::ImgObject img;
   HostPlane source = TwoBlobs(), labels;
-  std::vector<float> para = Para();
+  Floats para = Para();
   float result[1 + 3 * 4] = {};
   ASSERT_EQ(img.Call<int>(9, source.data(), static_cast<uchar*>(nullptr), para.data(),
                           labels.data(), result),
             0);
-  EXPECT_EQ(result[0], 2.0f);
-  EXPECT_EQ(result[1], 200.0f);
-  EXPECT_NEAR(result[2], 6.5f, 1e-4);
-  EXPECT_NEAR(result[3], 11.5f, 1e-4);
-  EXPECT_EQ(result[4], 128.0f);
-  EXPECT_NEAR(result[5], 25.5f, 1e-4);
+  const Floats expected = {2, 200, 6.5f, 11.5f, 128, 25.5f};
+  for (int i = 0; i < 6; ++i) EXPECT_NEAR(result[i], expected[i], 1e-4) << i;
   EXPECT_EQ(labels.At(25, 6), 2);
 }
 
 TEST(HostContours, Slot15VertexCounts) {
   host::ImgObject img;
   HostPlane source = TwoBlobs(), drawing;
-  std::vector<float> para = Para();
-  para[3] = 1.5f;
+  Floats para = Para({{3, 1.5f}});
   float result[5] = {};
   ASSERT_EQ(img.Call<int>(15, source.data(), para.data(), drawing.data(), result), 0);
-  EXPECT_EQ(result[0], 2.0f);
-  EXPECT_EQ(result[1], 4.0f);
-  EXPECT_EQ(result[2], 4.0f);
+  EXPECT_EQ(Slice(result, 0, 3), (Floats{2, 4, 4}));
   EXPECT_EQ(drawing.At(2, 10), 255);
 }
 
@@ -132,12 +123,10 @@ class HostSlot19 : public ::testing::TestWithParam<CountCase> {};
 TEST_P(HostSlot19, SelectorPicksEnclosedOrOutlineCount) {
   host::ImgObject img;
   HostPlane source = TwoBlobs();
-  std::vector<float> para = Para();
-  para[3] = GetParam().selector;
+  Floats para = Para({{3, GetParam().selector}});
   float result[6] = {};
   ASSERT_EQ(img.Call<int>(19, source.data(), para.data(), static_cast<void*>(nullptr), result), 0);
-  EXPECT_EQ(result[0], GetParam().total);
-  EXPECT_EQ(result[1], 2.0f);
+  EXPECT_EQ(Slice(result, 0, 2), (Floats{GetParam().total, 2}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Selectors, HostSlot19,
@@ -157,8 +146,7 @@ TEST_P(HostSlot21, ModeChoosesBandOrRingBetweenMasks) {
   pad.Mat()(cv::Rect(5, 5, 20, 20)).setTo(255);
   paste.Mat()(cv::Rect(5, 5, 20, 10)).setTo(255);
   source.Mat()(cv::Rect(10, 10, 10, 10)).setTo(255);
-  std::vector<float> para = Para();
-  para[3] = 1;
+  Floats para = Para({{3, 1}});
   ASSERT_EQ(
       img.Call<int>(21, pad.data(), paste.data(), out.data(), para.data(), mode, source.data()), 0);
   if (mode < 100) {
@@ -180,28 +168,25 @@ TEST(HostContours, Slot22FillsPolygonsFromTheIntegerArray) {
   host::ImgObject img;
   HostPlane target;
   int polygons[] = {1, 4, 10, 10, 19, 10, 19, 14, 10, 14};
-  std::vector<float> para = Para();
-  para[2] = 77;
-  para[3] = static_cast<float>(std::size(polygons));
-  ASSERT_EQ(img.Call<int>(22, target.data(), para.data(), static_cast<void*>(nullptr), polygons,
-                          static_cast<uchar*>(nullptr)),
-            0);
-  EXPECT_EQ(para[6], 50.0f);
+  const auto fill = [&](float length) {
+    Floats para = Para({{2, 77}, {3, length}});
+    const int status = img.Call<int>(22, target.data(), para.data(), static_cast<void*>(nullptr),
+                                     polygons, static_cast<uchar*>(nullptr));
+    return std::pair{status, para[6]};
+  };
+  EXPECT_EQ(fill(static_cast<float>(std::size(polygons))), std::pair(0, 50.0f));
   EXPECT_EQ(target.At(19, 14), 77);
   EXPECT_EQ(target.At(20, 14), 0);
-  para[3] = 5;  // the array as the host declares it is too short for its polygon
-  EXPECT_EQ(img.Call<int>(22, target.data(), para.data(), static_cast<void*>(nullptr), polygons,
-                          static_cast<uchar*>(nullptr)),
-            -1);
+  // The array as the host declares it is too short for its polygon.
+  EXPECT_EQ(fill(5).first, -1);
 }
 
 TEST(HostContours, Slot34FilledMask) {
   host::ImgObject img;
   HostPlane source = TwoBlobs(), mask;
-  std::vector<float> para = Para();
+  Floats para = Para();
   ASSERT_EQ(img.Call<int>(34, mask.data(), source.data(), para.data()), 0);
-  EXPECT_EQ(para[5], 2.0f);
-  EXPECT_EQ(para[6], 200.0f + 144.0f);
+  EXPECT_EQ(Slice(para.data(), 5, 2), (Floats{2, 200 + 144}));
   EXPECT_EQ(mask.At(25, 10), 255);  // the hole is filled
 }
 
@@ -215,7 +200,7 @@ struct LeadScene {
     image(cv::Rect(23, 10, 8, 20)).setTo(210);
     image(cv::Rect(23, 16, 8, 2)).setTo(100);
   }
-  std::vector<float> Para() const {
+  Floats Para() const {
     return {60,     kSize, 14, 26, 0, 5, 0.9f, 17 + 6.5f, 7 + 12.5f, 1.0f,
             120.0f, 0,     0,  0,  0, 0, 0,    0,         0,         0};
   }
@@ -226,26 +211,24 @@ struct LeadScene {
 TEST(HostLead, Slot13CutsTheSideRegions) {
   host::ImgObject img;
   LeadScene scene;
-  std::vector<float> para = scene.Para();
+  Floats para = scene.Para();
   ASSERT_EQ(img.Call<int>(13, scene.image.data, scene.leadTemplate.data,
                           static_cast<void*>(nullptr), para.data()),
             0);
   EXPECT_EQ(para[7], 1.0f);
   EXPECT_EQ(para[9], 26.5f);
-  EXPECT_EQ(para[11], 15.0f);  // left region: 5 columns before the box at column 20
-  EXPECT_EQ(para[13], 5.0f);
-  EXPECT_EQ(para[15], 34.0f);
+  // Left region 5 columns before the box at column 20, right region after its 14 columns.
+  EXPECT_EQ(Slice(para.data(), 11, 5), (Floats{15, 7, 5, 26, 34}));
 }
 
 TEST(HostLead, Slot16JudgesThePositionError) {
   host::ImgObject img;
   LeadScene scene;
-  std::vector<float> para = scene.Para();
+  Floats para = scene.Para();
   float result[10] = {};
   ASSERT_EQ(img.Call<int>(16, scene.image.data, scene.leadTemplate.data, para.data(), result), 0);
   EXPECT_EQ(result[0], 1.0f);
-  EXPECT_EQ(result[4], 3.0f);
-  EXPECT_EQ(result[5], 0.0f);
+  EXPECT_EQ(Slice(result, 4, 2), (Floats{3, 0}));
   EXPECT_EQ(result[9], 1.0f);  // beyond the 1-pixel tolerance, sides dark
 }
 
@@ -257,10 +240,8 @@ TEST(HostContours, EverySlotRefusesANullPlaneAndAZeroArea) {
   void* none = nullptr;
   uchar* null = nullptr;
   for (float width : {static_cast<float>(kSize), 0.0f}) {
-    std::vector<float> para = Para();
-    para[0] = width;
-    para[2] = 4;  // threshold, or the lead template's width
-    para[3] = 4;  // the slot's own size, or the lead template's height
+    // [2] and [3]: a threshold and the slot's own size, or the lead template's size.
+    Floats para = Para({{0, width}, {2, 4}, {3, 4}});
     uchar* p = width == 0.0f ? plane.data() : null;  // null plane, or a plane of zero area
     SCOPED_TRACE(width);
     EXPECT_EQ(img.Call<int>(6, p, para.data(), other.data(), null, null), -1);

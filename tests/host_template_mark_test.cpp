@@ -1,9 +1,9 @@
 // Slots 14 (cross mark) and 18 (rectangle mark) through the raw virtual table.
-#include <cmath>
-#include <vector>
-
 #include <gtest/gtest.h>
+
+#include <cmath>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "support/host_library.hpp"
 
@@ -78,10 +78,7 @@ TEST(HostTemplateMark, NothingFoundCrossKeepsTheCallersSizesRectangleZeroesThem)
   std::vector<unsigned char> plane(noise.datastart, noise.dataend);
   const Call cross = Locate(kCrossSlot, plane.data(), 120, 100, 15, 15);
   EXPECT_EQ(cross.status, 0);
-  EXPECT_EQ(cross.result[0], 0.0f);
-  EXPECT_EQ(cross.result[1], 0.0f);
-  EXPECT_EQ(cross.result[2], -1.0f);
-  EXPECT_EQ(cross.result[3], -1.0f);
+  EXPECT_EQ(std::vector<float>(cross.result, cross.result + 4), (std::vector<float>{0, 0, -1, -1}));
   const Call rectangle = Locate(kRectangleSlot, plane.data(), 120, 100, 20, 12);
   EXPECT_EQ(rectangle.status, 0);
   for (float v : rectangle.result) EXPECT_EQ(v, 0.0f);
@@ -90,12 +87,11 @@ TEST(HostTemplateMark, NothingFoundCrossKeepsTheCallersSizesRectangleZeroesThem)
 TEST(HostTemplateMark, BothSlotsRefuseANullPlaneOrZeroArea) {
   std::vector<unsigned char> plane(100, 40);
   for (int slot : {kCrossSlot, kRectangleSlot}) {
-    const Call null = Locate(slot, nullptr, 10, 10, 3, 3);
-    EXPECT_EQ(null.status, -1);
-    for (float v : null.result) EXPECT_EQ(v, 0.0f);
-    const Call empty = Locate(slot, plane.data(), 0, 10, 3, 3);
-    EXPECT_EQ(empty.status, -1);
-    for (float v : empty.result) EXPECT_EQ(v, 0.0f);
+    for (const Call& call :
+         {Locate(slot, nullptr, 10, 10, 3, 3), Locate(slot, plane.data(), 0, 10, 3, 3)}) {
+      EXPECT_EQ(call.status, -1);
+      for (float v : call.result) EXPECT_EQ(v, 0.0f);
+    }
   }
 }
 
