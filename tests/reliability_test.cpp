@@ -753,4 +753,79 @@ TEST(ContractualExceptions, ResizingAnEmptySourceThrowsCvException) {
                cv::Exception);
 }
 
+// ---------------------------------------------------------------------------------------
+// A sample of the README's "Bad input" table.
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+TEST(BadInput, NullPlanesAreRefused) {
+  Object obj = NewObject();
+  float para[5] = {kWf, kHf, 12, 60, 0}, result[5] = {7, 7, 7, 7, 7};
+  EXPECT_EQ(obj->DetectCirclesSmoothed(nullptr, para, 5, result), -1);
+  EXPECT_EQ(obj->AdjustCircleEdges(nullptr, para, nullptr, result), -1);
+  EXPECT_EQ(result[4], 7.0f);  // untouched
+  float edges[5] = {kWf, kHf, 0, 0, 0};
+  Bytes plane = Scene();
+  EXPECT_EQ(obj->DetectEdgesCanny(plane.data(), edges, nullptr, result), -1);
+  Bytes chars = {'a', '.', 'p', 'n', 'g'};
+  float save[3] = {5, kWf, kHf};
+  EXPECT_EQ(obj->SaveImagePlanes(chars.data(), plane.data(), nullptr, plane.data(), save), -1);
+}
+
+TEST(BadInput, NaNOrNegativeSizesAreRefused) {
+  Object obj = NewObject();
+  Bytes plane = Scene(), dst(plane.size());
+  float result[4] = {7, 7, 7, 7};
+  for (float bad : {kNaN, 0.0f, -5.0f}) {
+    float marks[5] = {kWf, bad, 12, 0, 0};
+    EXPECT_EQ(obj->LocateCircleMark(plane.data(), marks, nullptr, result), -1) << bad;
+    EXPECT_EQ(result[0], 0.0f);
+    float edges[5] = {bad, kHf, 0, 0, 0};
+    EXPECT_EQ(obj->DetectEdgesCanny(plane.data(), edges, dst.data(), result), -1) << bad;
+    float overlay[3] = {bad, kHf, 0}, score = 7;
+    EXPECT_EQ(obj->FollowCadOverlay(plane.data(), plane.data(), plane.data(), overlay, nullptr,
+                                    &score), -1);
+    EXPECT_EQ(score, 0.0f);
+    float resize[5] = {kWf, kHf, bad, 10, 0};
+    EXPECT_EQ(obj->ResizePlanes(plane.data(), plane.data(), plane.data(), dst.data(), dst.data(),
+                                dst.data(), resize), -1);
+  }
+  EXPECT_EQ(dst, Bytes(plane.size(), 0));  // nothing written by any refusal
+}
+
+TEST(BadInput, NaNParameters) {
+  Object obj = NewObject();
+  Bytes plane = Scene();
+  float marks[5] = {kWf, kHf, kNaN, 0, 0}, result[4] = {7, 7, 7, 7};
+  EXPECT_EQ(obj->LocateCircleMarkQuick(plane.data(), marks, nullptr, result), -1);
+  std::vector<float> heights(16, 1.0f), filtered(16);
+  float median[8] = {kNaN, 4, 4, 3, 0, 10, 2, 0};
+  EXPECT_EQ(obj->Slot30Dispatch(heights.data(), filtered.data(), median), -1);
+  // A NaN K reads as INT_MIN: writing stops after the first value's run.
+  std::vector<int> values = {5, 3, 3, 9}, permutation(4, -1);
+  float sort[4] = {4, 1, kNaN, 1};
+  EXPECT_EQ(obj->CountingSortValues(values.data(), sort, permutation.data()), 0);
+  EXPECT_EQ(values, (std::vector<int>{3, 3, 3, 9}));
+  EXPECT_EQ(permutation, (std::vector<int>{1, 2, -1, -1}));
+  float pads[7] = {kWf, kHf, 1, 0, 0, 0, kNaN}, scores[2] = {7, 7};
+  Bytes pixels(4);
+  std::vector<int> rects(4, 2);
+  EXPECT_EQ(obj->MatchPadTemplates(plane.data(), pads, nullptr, scores, pixels.data(),
+                                   rects.data()), 0);
+  EXPECT_EQ(scores[0], 0.0f);
+  EXPECT_EQ(scores[1], 7.0f);
+}
+
+TEST(BadInput, SavingAnEmptyImageThrowsCvException) {
+  Object obj = NewObject();
+  const std::string path = TempPath("empty.png");
+  Bytes chars(path.begin(), path.end()), plane(16);
+  for (float bad : {0.0f, -4.0f, kNaN}) {
+    float para[3] = {static_cast<float>(chars.size()), bad, 4};
+    EXPECT_THROW(obj->SaveImagePlanes(chars.data(), plane.data(), plane.data(), plane.data(),
+                                      para),
+                 cv::Exception) << bad;
+  }
+}
+
 }  // namespace
