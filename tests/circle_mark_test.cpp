@@ -355,8 +355,7 @@ TEST(DirectHough, PlainReportsTheRadiusFoundAndAlwaysShowsItsWindow) {
   cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.0f, 50.0f), 20.0f);
   float result[3] = {};
   ASSERT_EQ(cm::DetectCirclesPlain(plane.data, 120, 100, 21.5f, 60.0f, result), 0);
-  // Hough centres sit on a half-pixel grid.
-  EXPECT_LE(std::hypot(result[0] - 60.0f, result[1] - 50.0f), 2.0f);
+  // The radius found, not the one asked for (the centre is checked through the raw table).
   EXPECT_NEAR(result[2], 20.0f, 1.5f);
   EXPECT_NE(result[2], 21.5f);
   EXPECT_EQ(sink.Titles(), std::vector<std::string>{"Hough Circle Transform Demo"});
@@ -429,16 +428,9 @@ TEST(DirectHough, SmoothedShowsWindowsOnlyWithDebug) {
 
 // ---- Edge adjustment ----
 
-TEST(AdjustCircleEdges, RefinesAnOffCentreGuessOfADiscAndRecoversTheAxesOfAnEllipse) {
-  cv::Mat disc = DiscPlane(cv::Size(100, 90), cv::Point2f(50.3f, 40.6f), 20.0f);
-  float para[5] = {100, 90, 52.0f, 39.0f, 22.0f};
+// The disc case is the raw-table test of slot 17; an ellipse needs both semi-axes.
+TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipse) {
   float result[5] = {};
-  ASSERT_EQ(cm::AdjustCircleEdges(disc.data, para, nullptr, result), 0);
-  EXPECT_NEAR(result[0], 50.3f, 0.3f);
-  EXPECT_NEAR(result[1], 40.6f, 0.3f);
-  EXPECT_NEAR(result[2], 20.0f, 0.6f);
-  EXPECT_NEAR(result[3], 20.0f, 0.6f);
-
   cv::Mat ellipse(100, 120, CV_8UC1, cv::Scalar(50));
   cv::ellipse(ellipse, cv::Point(60, 50), cv::Size(30, 20), 0, 0, 360, cv::Scalar(210), -1,
               cv::LINE_AA);

@@ -95,17 +95,4 @@ TEST(HostTemplateMark, BothSlotsRefuseANullPlaneOrZeroArea) {
   }
 }
 
-TEST(HostTemplateMark, BothSlotsSurviveNominalSizesTheyCannotMeet) {
-  std::vector<unsigned char> plane = Board(60, 50, {{20.0, 19.0, 20.0, 12.0}}, 3);
-  const float sizes[][2] = {{0, 0}, {-5, 6}, {31, 6}, {10, 1e20f}};
-  for (int slot : {kCrossSlot, kRectangleSlot}) {
-    for (const auto& size : sizes) {
-      const Call call = Locate(slot, plane.data(), 60, 50, size[0], size[1], 0.0f);
-      EXPECT_EQ(call.status, 0);
-      EXPECT_EQ(call.result[0], 0.0f);
-      EXPECT_EQ(call.result[1], 0.0f);
-    }
-  }
-}
-
 }  // namespace

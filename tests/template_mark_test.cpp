@@ -406,20 +406,6 @@ INSTANTIATE_TEST_SUITE_P(TemplateMark, TwoMarksTest,
                          ::testing::Values(MarkCase{kCross, {40.5, 40.5}, 30, 30, 11},
                                            MarkCase{kRect, {40, 40}, 40, 24, 12}));
 
-TEST(TemplateMark, BrightNoiseHasNoMarkCrossKeepsTheCallersSizesRectangleZeroesThem) {
-  cv::Mat plane(100, 120, CV_8UC1);
-  cv::RNG(21).fill(plane, cv::RNG::UNIFORM, 0, 256);
-  PolygonList merged, raw;
-  ASSERT_EQ(tm::FindMarkCandidates(plane, 30, 30, MarkKind::kCross, merged, raw), 0);
-  EXPECT_TRUE(merged.empty());
-  const Result cross = Locate(MarkKind::kCross, plane, 15, 15);
-  EXPECT_EQ(cross.status, 0);
-  EXPECT_EQ(std::vector<float>(cross.values, cross.values + 4), (std::vector<float>{0, 0, -1, -1}));
-  const Result rectangle = Locate(MarkKind::kRectangle, plane, 20, 12);
-  EXPECT_EQ(rectangle.status, 0);
-  for (float v : rectangle.values) EXPECT_EQ(v, 0.0f);
-}
-
 // ---- Refused and unusable input ----
 
 class BadInputTest : public ::testing::TestWithParam<MarkKind> {};
