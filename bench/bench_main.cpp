@@ -26,7 +26,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs)
       if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-        seconds_[run.benchmark_name()] = run.GetAdjustedRealTime();
+        seconds_[run.run_name.function_name] = run.GetAdjustedRealTime();
   }
   const std::map<std::string, double>& Seconds() const { return seconds_; }
 
@@ -37,9 +37,11 @@ class RatioReporter : public benchmark::ConsoleReporter {
 }  // namespace
 
 void Compare(const std::string& name, double goal, std::function<void(benchmark::State&)> ours,
-             std::function<void(benchmark::State&)> reference) {
+             std::function<void(benchmark::State&)> reference, int referenceIterations) {
   benchmark::RegisterBenchmark((name + "/ours").c_str(), ours)->UseRealTime();
-  benchmark::RegisterBenchmark((name + "/reference").c_str(), reference)->UseRealTime();
+  auto* slow = benchmark::RegisterBenchmark((name + "/reference").c_str(), reference);
+  slow->UseRealTime();
+  if (referenceIterations > 0) slow->Iterations(referenceIterations);
   Goals().push_back({name, goal});
 }
 
@@ -52,8 +54,8 @@ int main(int argc, char** argv) {
   const auto& seconds = reporter.Seconds();
   std::printf("\n");
   for (const auto& goal : bench::Goals()) {
-    const auto ours = seconds.find(goal.name + "/ours/real_time");
-    const auto reference = seconds.find(goal.name + "/reference/real_time");
+    const auto ours = seconds.find(goal.name + "/ours");
+    const auto reference = seconds.find(goal.name + "/reference");
     if (ours == seconds.end() || reference == seconds.end()) continue;
     std::printf("%s ratio=%.3f goal=%g\n", goal.name.c_str(), ours->second / reference->second,
                 goal.goal);

@@ -10,10 +10,11 @@
 namespace bench {
 
 // Registers "<name>/ours" and "<name>/reference"; after the run one line
-// "<name> ratio=<ours/reference> goal=<goal>" is printed for it.
+// "<name> ratio=<ours/reference> goal=<goal>" is printed for it. A slow reference may be
+// given a fixed number of iterations.
 void Compare(const std::string& name, double goal,
              std::function<void(benchmark::State&)> ours,
-             std::function<void(benchmark::State&)> reference);
+             std::function<void(benchmark::State&)> reference, int referenceIterations = 0);
 
 }  // namespace bench
 

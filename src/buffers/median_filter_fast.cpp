@@ -13,6 +13,9 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <utility>
+
+#include <emmintrin.h>
 
 #include "buffers/buffers.hpp"
 
@@ -111,37 +114,147 @@ float PickBySelection(float* values, int n, EvenRule rule) {
 
 }  // namespace
 
+namespace {
+
+constexpr int kLanes = 4;             // neighbouring output samples filtered side by side
+constexpr int kLargestNetwork = 64;   // windows of up to 8 x 8 samples sort by network
+
+// Batcher's odd-even merge sort for `size` (a power of two) inputs, as comparator pairs.
+std::vector<std::pair<int, int>> OddEvenMergeNetwork(int size) {
+  std::vector<std::pair<int, int>> comparators;
+  for (int p = 1; p < size; p <<= 1)
+    for (int k = p; k >= 1; k >>= 1)
+      for (int j = k % p; j + k < size; j += 2 * k)
+        for (int i = 0; i < k && i + j + k < size; ++i)
+          if ((i + j) / (2 * p) == (i + j + k) / (2 * p))
+            comparators.emplace_back(i + j, i + j + k);
+  return comparators;
+}
+
+// Gathers the collectable samples of windows x .. x + kLanes - 1 of one row band, lane by
+// lane, sample i of lane l at lanes[i * kLanes + l]; returns the counts.
+struct LaneWindows {
+  std::vector<float> samples;
+  int count[kLanes];
+};
+
+void GatherLanes(const cv::Mat& source, long long top, long long bottom, int x, long long half,
+                 const MedianParams& params, LaneWindows& lanes) {
+  const long long lastCol = source.cols - 1;
+  for (int l = 0; l < kLanes; ++l) {
+    const long long left = std::max(0LL, x + l - half), right = std::min(x + l + half, lastCol);
+    int n = 0;
+    for (long long wy = top; wy <= bottom; ++wy) {
+      const float* row = source.ptr<float>(static_cast<int>(wy));
+      for (long long wx = left; wx <= right; ++wx)
+        if (Collectable(row[wx], params)) lanes.samples[(n++) * kLanes + l] = row[wx];
+    }
+    lanes.count[l] = n;
+  }
+}
+
+// Exact planes only: min/max are the exchanges there, and +inf padding (no sample is
+// infinite on such a plane) sorts behind every sample.
+void SortLanesByNetwork(LaneWindows& lanes, const std::vector<std::pair<int, int>>& network,
+                        int size) {
+  float* s = lanes.samples.data();
+  for (int l = 0; l < kLanes; ++l)
+    for (int i = lanes.count[l]; i < size; ++i)
+      s[i * kLanes + l] = std::numeric_limits<float>::infinity();
+  for (const auto& [a, b] : network) {
+    const __m128 va = _mm_loadu_ps(s + a * kLanes), vb = _mm_loadu_ps(s + b * kLanes);
+    _mm_storeu_ps(s + a * kLanes, _mm_min_ps(va, vb));
+    _mm_storeu_ps(s + b * kLanes, _mm_max_ps(va, vb));
+  }
+}
+
+// The early-exit exchange sort run on every lane at once; all lanes hold n samples. A lane
+// that is already sorted only sees quiet passes, which change nothing.
+void ExchangeSortLanes(LaneWindows& lanes, int n) {
+  float* s = lanes.samples.data();
+  for (int pass = 0; pass < n; ++pass) {
+    __m128 exchanged = _mm_setzero_ps();
+    __m128 left = _mm_loadu_ps(s);
+    for (int i = 0; i + 1 < n; ++i) {
+      const __m128 right = _mm_loadu_ps(s + (i + 1) * kLanes);
+      const __m128 sum = _mm_add_ps(left, right);
+      const __m128 newRight = _mm_sub_ps(sum, right);
+      const __m128 newLeft = _mm_sub_ps(sum, newRight);
+      const __m128 swap = _mm_cmpgt_ps(left, right);
+      exchanged = _mm_or_ps(exchanged, swap);
+      _mm_storeu_ps(s + i * kLanes,
+                    _mm_or_ps(_mm_and_ps(swap, newLeft), _mm_andnot_ps(swap, left)));
+      left = _mm_or_ps(_mm_and_ps(swap, newRight), _mm_andnot_ps(swap, right));
+    }
+    _mm_storeu_ps(s + (n - 1) * kLanes, left);
+    if (_mm_movemask_ps(exchanged) == 0) return;
+  }
+}
+
+float PickFromLane(const LaneWindows& lanes, int lane, EvenRule rule, float* scratch) {
+  const int n = lanes.count[lane];
+  for (int i = 0; i < n; ++i) scratch[i] = lanes.samples[i * kLanes + lane];
+  return PickFromSorted(scratch, n, rule);
+}
+
+// One output sample the plain way.
+float MedianAt(const cv::Mat& source, long long top, long long bottom, int x, long long half,
+               const MedianParams& params, bool exact, float* values) {
+  const long long left = std::max(0LL, x - half), right = std::min(x + half, source.cols - 1LL);
+  int n = 0;
+  for (long long wy = top; wy <= bottom; ++wy) {
+    const float* row = source.ptr<float>(static_cast<int>(wy));
+    for (long long wx = left; wx <= right; ++wx)
+      if (Collectable(row[wx], params)) values[n++] = row[wx];
+  }
+  if (n == 0) return params.lower;
+  if (n == 1) return values[0];
+  if (exact) return PickBySelection(values, n, params.evenRule);
+  ExchangeSortEarlyExit(values, n);
+  return PickFromSorted(values, n, params.evenRule);
+}
+
+}  // namespace
+
 void MedianFilterFast(const cv::Mat& source, cv::Mat& result, const MedianParams& params) {
   const bool exact = EveryExchangeIsExact(source, params);
   const long long half = params.HalfWindow();
-  const long long lastRow = source.rows - 1, lastCol = source.cols - 1;
+  const long long lastRow = source.rows - 1;
   // One buffer for every window: a clipped window never holds more than this.
   const long long rowsSpan = half < 0 ? 0 : std::min(2 * half + 1, lastRow + 1);
-  const long long colsSpan = half < 0 ? 0 : std::min(2 * half + 1, lastCol + 1);
-  std::vector<float> window(static_cast<std::size_t>(std::max(1LL, rowsSpan * colsSpan)));
-  float* values = window.data();
+  const long long colsSpan = half < 0 ? 0 : std::min(2 * half + 1, source.cols + 0LL);
+  const long long largest = std::max(1LL, rowsSpan * colsSpan);
+  std::vector<float> values(static_cast<std::size_t>(largest));
+  int networkSize = 2;
+  while (networkSize < largest) networkSize *= 2;
+  const bool byLanes = largest <= kLargestNetwork && largest > 1;
+  const auto network = byLanes && exact ? OddEvenMergeNetwork(networkSize)
+                                        : std::vector<std::pair<int, int>>();
+  LaneWindows lanes;
+  if (byLanes) lanes.samples.resize(static_cast<std::size_t>(networkSize) * kLanes);
   for (int y = 0; y < source.rows; ++y) {
     const long long top = std::max(0LL, y - half), bottom = std::min(y + half, lastRow);
     float* out = result.ptr<float>(y);
-    for (int x = 0; x < source.cols; ++x) {
-      const long long left = std::max(0LL, x - half), right = std::min(x + half, lastCol);
-      int n = 0;
-      for (long long wy = top; wy <= bottom; ++wy) {
-        const float* row = source.ptr<float>(static_cast<int>(wy));
-        for (long long wx = left; wx <= right; ++wx)
-          if (Collectable(row[wx], params)) values[n++] = row[wx];
-      }
-      if (n == 0) {
-        out[x] = params.lower;
-      } else if (n == 1) {
-        out[x] = values[0];
-      } else if (exact) {
-        out[x] = PickBySelection(values, n, params.evenRule);
+    int x = 0;
+    for (; byLanes && x + kLanes <= source.cols; x += kLanes) {
+      GatherLanes(source, top, bottom, x, half, params, lanes);
+      const int* n = lanes.count;
+      const bool sameCount = n[0] == n[1] && n[0] == n[2] && n[0] == n[3];
+      if (exact) {
+        SortLanesByNetwork(lanes, network, networkSize);
+      } else if (sameCount && n[0] > 1) {
+        ExchangeSortLanes(lanes, n[0]);
       } else {
-        ExchangeSortEarlyExit(values, n);
-        out[x] = PickFromSorted(values, n, params.evenRule);
+        for (int l = 0; l < kLanes; ++l)
+          out[x + l] = MedianAt(source, top, bottom, x + l, half, params, exact, values.data());
+        continue;
       }
+      for (int l = 0; l < kLanes; ++l)
+        out[x + l] = n[l] == 0 ? params.lower
+                               : PickFromLane(lanes, l, params.evenRule, values.data());
     }
+    for (; x < source.cols; ++x)
+      out[x] = MedianAt(source, top, bottom, x, half, params, exact, values.data());
   }
 }
 
