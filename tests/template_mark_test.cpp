@@ -33,10 +33,8 @@ struct Board {
   explicit Board(cv::Size size) : coverage(size * kSuper, CV_8UC1, cv::Scalar(0)) {}
 
   void Fill(double left, double top, double width, double height) {
-    const cv::Rect area(static_cast<int>(std::lround(left * kSuper)),
-                        static_cast<int>(std::lround(top * kSuper)),
-                        static_cast<int>(std::lround(width * kSuper)),
-                        static_cast<int>(std::lround(height * kSuper)));
+    const cv::Rect area(cvRound(left * kSuper), cvRound(top * kSuper), cvRound(width * kSuper),
+                        cvRound(height * kSuper));
     cv::rectangle(coverage, area & cv::Rect(cv::Point(), coverage.size()), cv::Scalar(255), -1);
   }
   void Rectangle(cv::Point2d centre, double w, double h) {
@@ -57,16 +55,11 @@ struct Board {
 
   // Dark board (40) with Gaussian noise, marks at 200.
   cv::Mat Render(int seed, double noise = 6.0) const {
-    cv::Mat area;
-    cv::resize(coverage, area, coverage.size() / kSuper, 0, 0, cv::INTER_AREA);
-    cv::Mat plane;
+    cv::Mat area, plane, grain(coverage.size() / kSuper, CV_32F), out;
+    cv::resize(coverage, area, grain.size(), 0, 0, cv::INTER_AREA);
     area.convertTo(plane, CV_32F, 160.0 / 255.0, 40.0);
-    cv::Mat grain(plane.size(), CV_32F);
-    cv::RNG rng(seed);
-    rng.fill(grain, cv::RNG::NORMAL, 0.0, noise);
-    plane += grain;
-    cv::Mat out;
-    plane.convertTo(out, CV_8U);
+    cv::RNG(seed).fill(grain, cv::RNG::NORMAL, 0.0, noise);
+    cv::Mat(plane + grain).convertTo(out, CV_8U);
     return out;
   }
 };
@@ -223,31 +216,26 @@ TEST(TemplateMark, MergeOfNothingFailsAndLeavesTheMergedListEmpty) {
   EXPECT_TRUE(merged.empty());
 }
 
-TEST(TemplateMark, MergeYieldsTheLargerOfTwoAndKeepsDistantMarksApart) {
-  const Polygon small = Square({50, 50}, 4), large = Square({50 + 19, 50}, 6);
+PolygonList Merged(const PolygonList& candidates) {
   PolygonList merged;
-  ASSERT_EQ(tm::MergeCandidates({small, large}, merged), 0);
-  EXPECT_EQ(merged, PolygonList{large});
-  ASSERT_EQ(tm::MergeCandidates({large, small}, merged), 0);
-  EXPECT_EQ(merged, PolygonList{large});
-  // 20 pixels apart with radii below 20: two groups, in order of acceptance.
-  const Polygon far = Square({70, 50}, 4);
-  ASSERT_EQ(tm::MergeCandidates({far, small}, merged), 0);
-  EXPECT_EQ(merged, (PolygonList{far, small}));
-  // 25 pixels apart, but the newcomer's enclosing circle (radius ~28) covers the distance.
-  const Polygon wide = Square({75, 50}, 20);
-  ASSERT_EQ(tm::MergeCandidates({small, wide}, merged), 0);
-  EXPECT_EQ(merged, PolygonList{wide});
+  EXPECT_EQ(tm::MergeCandidates(candidates, merged), 0);
+  return merged;
 }
 
-TEST(TemplateMark, MergePlacesAnEqualRadiusAheadOfItsTwin) {
+TEST(TemplateMark, MergeYieldsTheLargerOfTwoAndKeepsDistantMarksApart) {
+  const Polygon small = Square({50, 50}, 4), large = Square({50 + 19, 50}, 6);
+  EXPECT_EQ(Merged({small, large}), PolygonList{large});
+  EXPECT_EQ(Merged({large, small}), PolygonList{large});
+  // 20 pixels apart with radii below 20: two groups, in order of acceptance.
+  const Polygon far = Square({70, 50}, 4);
+  EXPECT_EQ(Merged({far, small}), (PolygonList{far, small}));
+  // 25 pixels apart, but the newcomer's enclosing circle (radius ~28) covers the distance.
+  const Polygon wide = Square({75, 50}, 20);
+  EXPECT_EQ(Merged({small, wide}), PolygonList{wide});
   // Same outline, different starting vertex: equal circles. The newcomer goes ahead of the
   // first one, so the middle of the pair is the first.
-  const Polygon first = Square({40, 40}, 5);
-  const Polygon twin = {first[1], first[2], first[3], first[0]};
-  PolygonList merged;
-  ASSERT_EQ(tm::MergeCandidates({first, twin}, merged), 0);
-  EXPECT_EQ(merged, PolygonList{first});
+  const Polygon twin = {small[1], small[2], small[3], small[0]};
+  EXPECT_EQ(Merged({small, twin}), PolygonList{small});
 }
 
 TEST(TemplateMark, MergeComparesWithTheMiddleMemberAndJoinsTheFirstGroupOnly) {
@@ -255,13 +243,11 @@ TEST(TemplateMark, MergeComparesWithTheMiddleMemberAndJoinsTheFirstGroupOnly) {
   const Polygon b = Square({55, 40}, 5);   // joins a; middle of [a, b] is b
   const Polygon c = Square({74, 40}, 4);   // 19 from b (34 from a): joins group 1
   const Polygon d = Square({100, 40}, 3);  // 26 from b: group 2
-  PolygonList merged;
-  ASSERT_EQ(tm::MergeCandidates({a, b, c, d}, merged), 0);
   // Group 1 sorted by radius: a, c, b; its middle is c.
-  EXPECT_EQ(merged, (PolygonList{c, d}));
+  EXPECT_EQ(Merged({a, b, c, d}), (PolygonList{c, d}));
   // e lies within 20 of the middles of both groups and joins the first.
   const Polygon e = Square({88, 40}, 2);
-  ASSERT_EQ(tm::MergeCandidates({a, b, c, d, e}, merged), 0);
+  const PolygonList merged = Merged({a, b, c, d, e});
   ASSERT_EQ(merged.size(), 2u);
   EXPECT_EQ(merged[1], d);
 }
@@ -277,6 +263,10 @@ struct RefineCase {
 
 class RefineTest : public ::testing::TestWithParam<RefineCase> {};
 
+std::vector<float> Values(const tm::MarkBox& box) {
+  return {box.centreX, box.centreY, box.halfWidth, box.halfHeight};
+}
+
 TEST_P(RefineTest, MeasuresTheBoxFromGradientProjections) {
   const RefineCase& c = GetParam();
   cv::Mat grey = cv::Mat::zeros(40, 60, CV_8UC1);
@@ -287,10 +277,8 @@ TEST_P(RefineTest, MeasuresTheBoxFromGradientProjections) {
                            {c.block.x, c.block.y + c.block.height - 1}};
   tm::MarkBox box;
   ASSERT_EQ(tm::RefineMarkBox(grey, outline, c.expectedW, 10, MarkKind::kRectangle, box), 0);
-  EXPECT_FLOAT_EQ(box.centreX, c.box.centreX);
-  EXPECT_FLOAT_EQ(box.centreY, c.box.centreY);
-  EXPECT_FLOAT_EQ(box.halfWidth, c.box.halfWidth);
-  EXPECT_FLOAT_EQ(box.halfHeight, c.box.halfHeight);
+  // Halves of whole pixel counts: exact in float.
+  EXPECT_EQ(Values(box), Values(c.box));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -316,9 +304,7 @@ TEST(TemplateMark, RefineRefusesEmptyInputAndZeroesADegenerateBox) {
   EXPECT_EQ(tm::RefineMarkBox(cv::Mat(), Square({5, 5}, 2), 10, 10, MarkKind::kCross, box), -1);
   // A flat region has no edges; rebuilding from a negative nominal size inverts the box.
   ASSERT_EQ(tm::RefineMarkBox(grey, Square({15, 15}, 4), -8, -8, MarkKind::kCross, box), 0);
-  EXPECT_EQ(box.centreX, 0.0f);
-  EXPECT_EQ(box.halfWidth, 0.0f);
-  EXPECT_EQ(box.halfHeight, 0.0f);
+  EXPECT_EQ(Values(box), std::vector<float>(4, 0.0f));
 }
 
 // ---- The operations on synthetic boards ----
