@@ -395,11 +395,13 @@ TEST(DirectHough, RefusalClearsTheResultOfSlot4AndLeavesSlot5Alone) {
   EXPECT_EQ(cm::DetectCirclesFromText(&sample, nullptr, nullptr, result), -1);
 }
 
-TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndTolerance) {
+TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsWithDebug) {
   cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.0f, 50.0f), 20.0f);
   // Expected radius 28: the default tolerance 5 searches 23..33 and misses the disc of 20.
   std::vector<float> para = {120, 100, 28, 0, 0, 0, 0, 0, 0, 10};
   float result[3] = {7, 7, 7};
+  debug_view::RecordingSink sink;
+  debug_view::ScopedSink scope(&sink);
   ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 9, result), 0);
   EXPECT_EQ(result[2], 0.0f);
   ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 10, result), 0);
@@ -408,16 +410,8 @@ TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndTolerance) {
   para[9] = 2.0f;  // not above 2: the default again
   ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 10, result), 0);
   EXPECT_EQ(result[2], 0.0f);
-}
-
-TEST(DirectHough, SmoothedShowsWindowsOnlyWithDebug) {
-  cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.0f, 50.0f), 20.0f);
-  std::vector<float> para = {120, 100, 20, 0, 0};
-  float result[3];
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
-  ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 5, result), 0);
   EXPECT_TRUE(sink.Empty());
+  para[2] = 20.0f;  // found with debug on: every window
   para[4] = 1.0f;
   ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 5, result), 0);
   EXPECT_EQ(sink.Titles(),
