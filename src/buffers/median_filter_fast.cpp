@@ -131,6 +131,30 @@ std::vector<std::pair<int, int>> OddEvenMergeNetwork(int size) {
   return comparators;
 }
 
+// Drops the comparators that cannot matter for windows of at most `largest` samples whose
+// sorted positions up to largest / 2 are read: those whose larger input is still padding
+// (+inf; more padding only leaves more +inf, a network being monotone) and those that feed
+// no read position.
+std::vector<std::pair<int, int>> PruneNetwork(const std::vector<std::pair<int, int>>& network,
+                                              int size, int largest) {
+  std::vector<char> padding(size), live(size);
+  for (int i = 0; i < size; ++i) padding[i] = i >= largest;
+  std::vector<std::pair<int, int>> acting;
+  for (const auto& [a, b] : network) {
+    if (padding[b]) continue;  // min keeps a, max keeps +inf at b
+    if (padding[a]) padding[a] = 0, padding[b] = 1;
+    acting.emplace_back(a, b);
+  }
+  for (int i = 0; i < size; ++i) live[i] = i <= largest / 2;
+  std::vector<std::pair<int, int>> needed;
+  for (auto it = acting.rbegin(); it != acting.rend(); ++it) {
+    if (!live[it->first] && !live[it->second]) continue;
+    live[it->first] = live[it->second] = 1;
+    needed.push_back(*it);
+  }
+  return {needed.rbegin(), needed.rend()};
+}
+
 // Gathers the collectable samples of windows x .. x + kLanes - 1 of one row band, lane by
 // lane, sample i of lane l at lanes[i * kLanes + l]; returns the counts.
 struct LaneWindows {
@@ -141,6 +165,17 @@ struct LaneWindows {
 void GatherLanes(const cv::Mat& source, long long top, long long bottom, int x, long long half,
                  const MedianParams& params, LaneWindows& lanes) {
   const long long lastCol = source.cols - 1;
+  if (!params.limited && x - half >= 0 && x + kLanes - 1 + half <= lastCol) {
+    // Unclipped windows taking every sample: sample i of all four lanes is one row load.
+    int n = 0;
+    for (long long wy = top; wy <= bottom; ++wy) {
+      const float* row = source.ptr<float>(static_cast<int>(wy)) + (x - half);
+      for (long long dx = 0; dx <= 2 * half; ++dx)
+        _mm_storeu_ps(lanes.samples.data() + (n++) * kLanes, _mm_loadu_ps(row + dx));
+    }
+    for (int& count : lanes.count) count = n;
+    return;
+  }
   for (int l = 0; l < kLanes; ++l) {
     const long long left = std::max(0LL, x + l - half), right = std::min(x + l + half, lastCol);
     int n = 0;
@@ -191,9 +226,10 @@ void ExchangeSortLanes(LaneWindows& lanes, int n) {
   }
 }
 
+// Only the sorted positions up to n / 2 are read (and, on exact planes, valid).
 float PickFromLane(const LaneWindows& lanes, int lane, EvenRule rule, float* scratch) {
   const int n = lanes.count[lane];
-  for (int i = 0; i < n; ++i) scratch[i] = lanes.samples[i * kLanes + lane];
+  for (int i = 0; i <= n / 2; ++i) scratch[i] = lanes.samples[i * kLanes + lane];
   return PickFromSorted(scratch, n, rule);
 }
 
@@ -228,8 +264,10 @@ void MedianFilterFast(const cv::Mat& source, cv::Mat& result, const MedianParams
   int networkSize = 2;
   while (networkSize < largest) networkSize *= 2;
   const bool byLanes = largest <= kLargestNetwork && largest > 1;
-  const auto network = byLanes && exact ? OddEvenMergeNetwork(networkSize)
-                                        : std::vector<std::pair<int, int>>();
+  const auto network = byLanes && exact
+                           ? PruneNetwork(OddEvenMergeNetwork(networkSize), networkSize,
+                                          static_cast<int>(largest))
+                           : std::vector<std::pair<int, int>>();
   LaneWindows lanes;
   if (byLanes) lanes.samples.resize(static_cast<std::size_t>(networkSize) * kLanes);
   for (int y = 0; y < source.rows; ++y) {
