@@ -147,6 +147,28 @@ TEST(ApplyGainOffset, EveryCountGivesThePerSampleResultAndStopsAtN) {
   }
 }
 
+TEST(ApplyGainOffset, TheVectorPathGivesTheLiteralBytesOnEveryKindOfValue) {
+  std::mt19937 rng(19);
+  const float inf = std::numeric_limits<float>::infinity();
+  const float specials[] = {std::nanf(""), inf, -inf, 2147483520.0f, 2147483648.0f,
+                            -2147483648.0f, -2147483904.0f, 3e9f, -3e9f, 1e20f, -1e20f,
+                            255.99f, 256.0f, -0.0f, -0.99f, -1.0f, 65535.5f, 9.3e18f};
+  for (int count : {1, 15, 16, 17, 100, 65536 + 37, 3 * 65536 + 5}) {
+    Bytes src(count), literal(count), fast(count);
+    std::vector<float> gains(count), offsets(count);
+    for (int i = 0; i < count; ++i) {
+      src[i] = rng() & 0xFF;
+      gains[i] = rng() % 5 ? std::uniform_real_distribution<float>(-300, 300)(rng)
+                           : specials[rng() % 18];
+      offsets[i] = rng() % 5 ? std::uniform_real_distribution<float>(-1e5f, 1e5f)(rng)
+                             : specials[rng() % 18];
+    }
+    ApplyGainOffsetLiteral(src.data(), offsets.data(), gains.data(), count, literal.data());
+    ApplyGainOffsetFast(src.data(), offsets.data(), gains.data(), count, fast.data());
+    ASSERT_EQ(literal, fast) << count;
+  }
+}
+
 TEST(FindDominantLevels, SkipsTheDarkAndBrightEndsAndPrefersTheLowerLevelOnTies) {
   Bytes allZero(202, 0), darkAnd120(202, 3), tie(202, 255);
   darkAnd120[7] = 120;

@@ -49,6 +49,9 @@ void FillBlackHolesInPlace(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
 // dst[i] = low byte of trunc(src[i] * gains[i] + offsets[i]), in single precision.
 void ApplyGainOffsetLiteral(const unsigned char* src, const float* offsets, const float* gains,
                             int count, unsigned char* dst);
+// The same bytes, sixteen samples a step and blocks in parallel.
+void ApplyGainOffsetFast(const unsigned char* src, const float* offsets, const float* gains,
+                         int count, unsigned char* dst);
 // The most frequent level among 5..249 (lowest level wins a tie; 0 when none occurs).
 unsigned char DominantLevel(const cv::Mat& plane);
 

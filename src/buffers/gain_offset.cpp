@@ -38,7 +38,7 @@ void ApplyGainOffsetLiteral(const unsigned char* src, const float* offsets, cons
 int ApplyGainOffset(unsigned char* src, float* coefficients, int count, unsigned char* dst) {
   if (src == nullptr || coefficients == nullptr || count <= 0) return 0;
   // The table holds all offsets first, then all gains.
-  ApplyGainOffsetLiteral(src, coefficients, coefficients + count, count, dst);
+  ApplyGainOffsetFast(src, coefficients, coefficients + count, count, dst);
   return 0;
 }
 
