@@ -95,6 +95,40 @@ TEST(FillBlackHoles, NearBlackReferenceSpansTheBlackAreaItself) {
   EXPECT_EQ(img.At(29, 29), kBlack);  // last row and column of the box
 }
 
+// The painting against a per-pixel loop over the box, on dark noisy planes of widths that
+// leave partial blocks of sixteen, and with one plane passed twice.
+TEST(FillBlackHoles, BlockPaintingGivesThePerPixelResult) {
+  for (int width : {5, 16, 37, 203}) {
+    for (bool shared : {false, true}) {
+      cv::Mat r(23, width, CV_8UC1), g(23, width, CV_8UC1), b(23, width, CV_8UC1);
+      for (cv::Mat* plane : {&r, &g, &b}) cv::randu(*plane, 0, 9);
+      r.at<unsigned char>(0, 0) = 100, g.at<unsigned char>(0, 0) = 150;
+      b.at<unsigned char>(0, 0) = 200;
+      r.at<unsigned char>(22, width - 1) = 100, g.at<unsigned char>(22, width - 1) = 150;
+      b.at<unsigned char>(22, width - 1) = 200;
+      cv::Mat& second = shared ? r : g;
+      const unsigned char colour[3] = {100, 150, 200};
+      const FillBox box = FindReferenceBox(r, second, b, colour);
+      cv::Mat er = r.clone(), eg = second.clone(), eb = b.clone();
+      cv::Mat& expectedSecond = shared ? er : eg;
+      for (int y = box.rowStart; y < box.rowEnd; ++y) {
+        for (int x = box.colStart; x < box.colEnd; ++x) {
+          if (er.at<unsigned char>(y, x) > 5 || expectedSecond.at<unsigned char>(y, x) > 5 ||
+              eb.at<unsigned char>(y, x) > 5)
+            continue;
+          er.at<unsigned char>(y, x) = 100;
+          expectedSecond.at<unsigned char>(y, x) = 150;
+          eb.at<unsigned char>(y, x) = 200;
+        }
+      }
+      FillBlackHolesInPlace(r, second, b, FillBlackHolesParams{width, 23, 100, 150, 200, 0});
+      EXPECT_EQ(cv::countNonZero(r != er), 0) << width << shared;
+      EXPECT_EQ(cv::countNonZero(second != expectedSecond), 0) << width << shared;
+      EXPECT_EQ(cv::countNonZero(b != eb), 0) << width << shared;
+    }
+  }
+}
+
 class ParallelRoutineKinds : public ::testing::TestWithParam<int> {};
 
 TEST_P(ParallelRoutineKinds, RefuseAnythingButPlainMatricesWithOpenCvsAssertion) {

@@ -31,6 +31,7 @@ class parallelFillBlackHoleBody : public ParallelLoopBody {
   void operator()(const Range& rows) const override;
 
  private:
+  int PaintSixteenAtATime(uchar* r, uchar* g, uchar* b, int x) const;
   const Mat& r_;
   const Mat& g_;
   const Mat& b_;
