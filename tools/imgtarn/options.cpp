@@ -12,9 +12,9 @@ namespace imgtarn_cli {
 namespace {
 
 const OptionSpec* FindSpec(const std::vector<OptionSpec>& specs, const std::string& token) {
-  for (const auto& spec : specs) {
-    if (token == "--" + spec.name) return &spec;
-    if (!spec.shortName.empty() && token == "-" + spec.shortName) return &spec;
+  for (const auto& option : specs) {
+    if (token == "--" + option.name) return &option;
+    if (!option.shortName.empty() && token == "-" + option.shortName) return &option;
   }
   return nullptr;
 }
@@ -41,22 +41,22 @@ Args::Args(std::string command, const std::vector<OptionSpec>& specs,
       inlineValue = token.substr(equals + 1);
       hasInline = true;
     }
-    const OptionSpec* spec = FindSpec(specs, name);
-    if (spec == nullptr) {
+    const OptionSpec* option = FindSpec(specs, name);
+    if (option == nullptr) {
       throw UsageError("unknown option " + name + " (see imgtarn " + command_ + " --help)");
     }
-    if (spec->value.empty()) {
-      if (hasInline) throw UsageError("option --" + spec->name + " takes no value");
-      values_.emplace_back(spec->name, "");
+    if (option->value.empty()) {
+      if (hasInline) throw UsageError("option --" + option->name + " takes no value");
+      values_.emplace_back(option->name, "");
       continue;
     }
     if (!hasInline) {
       if (i + 1 >= tokens.size()) {
-        throw UsageError("option --" + spec->name + " needs a value " + spec->value);
+        throw UsageError("option --" + option->name + " needs a value " + option->value);
       }
       inlineValue = tokens[++i];
     }
-    values_.emplace_back(spec->name, inlineValue);
+    values_.emplace_back(option->name, inlineValue);
   }
 }
 
