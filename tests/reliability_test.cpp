@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -716,6 +717,28 @@ TEST(NoHang, HugeWindowsInTheFlatFieldAndTheMedianFilter) {
       obj->Slot30Dispatch(heights.data(), filtered.data(), para);
     })) << "slot 30, k = " << k;
   }
+}
+
+TEST(NoHang, CountingSortOverTheWholeIntRange) {
+  EXPECT_TRUE(FinishesInTime([] {
+    Object obj = NewObject();
+    std::vector<int> values = {INT_MAX, INT_MIN, 0, INT_MIN}, permutation(4);
+    float para[4] = {4, 1, 0, 1};
+    obj->CountingSortValues(values.data(), para, permutation.data());
+    EXPECT_EQ(values, (std::vector<int>{INT_MIN, INT_MIN, 0, INT_MAX}));
+  }));
+}
+
+TEST(NoHang, FillContoursWithPolygonsAtTheCoordinateLimit) {
+  EXPECT_TRUE(FinishesInTime([] {
+    Object obj = NewObject();
+    constexpr int kFar = 1 << 24;
+    std::vector<int> polygons = {1, 4, -kFar, -kFar, kFar, -kFar, kFar, kFar, -kFar, kFar};
+    Bytes target(kW * kH, 0);
+    float para[7] = {kWf, kHf, 255, static_cast<float>(polygons.size()), 0, 0, 0};
+    EXPECT_EQ(obj->FillContours(target.data(), para, nullptr, polygons.data(), nullptr), 0);
+    EXPECT_EQ(target, Bytes(kW * kH, 255));
+  }));
 }
 
 // A window larger than the plane reaches the whole plane: clipping it first changes nothing.
