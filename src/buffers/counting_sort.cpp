@@ -35,6 +35,10 @@ class ValueTable {
   }
 
   const std::vector<ValueCount>& Ascending() const { return ascending_; }
+  bool Dense() const { return !denseIndex_.empty(); }
+  // For a dense table: value - low -> index in Ascending() (-1 for absent values), and low.
+  const std::vector<int>& DenseIndex() const { return denseIndex_; }
+  std::int64_t Low() const { return low_; }
 
   // The index of a value of the input in Ascending().
   int IndexOf(int value) const {
@@ -103,6 +107,23 @@ void WritePermutation(const int* values, int n, const ValueTable& table, bool as
   for (std::size_t k = 0; k < delivered.size(); ++k) {
     next[k] = position;
     position += delivered[k].count;
+  }
+  if (table.Dense()) {
+    // One table from value to next free position (-1: not delivered) saves the two-step
+    // lookup per element on the common dense case.
+    std::vector<int> slotNext(table.DenseIndex().size(), -1);
+    for (std::size_t slot = 0; slot < slotNext.size(); ++slot) {
+      const int ascendingIndex = table.DenseIndex()[slot];
+      if (ascendingIndex < 0) continue;
+      const int orderIndex = ascending ? ascendingIndex : distinct - 1 - ascendingIndex;
+      if (orderIndex < static_cast<int>(delivered.size())) slotNext[slot] = next[orderIndex];
+    }
+    const std::int64_t low = table.Low();
+    for (int i = 0; i < n; ++i) {
+      int& position = slotNext[static_cast<std::size_t>(values[i] - low)];
+      if (position >= 0) permutation[position++] = i;
+    }
+    return;
   }
   for (int i = 0; i < n; ++i) {
     const int ascendingIndex = table.IndexOf(values[i]);
