@@ -16,15 +16,8 @@ float ExtentRatio(int planeExtent, float half) {
 }  // namespace
 
 int LocateRectangleMark(unsigned char* plane, float* para, float* result) {
-  if (result == nullptr) return -1;
-  result[0] = 0.0f;
-  result[1] = 0.0f;
-  const MarkParams params = para != nullptr ? FromPara(para) : MarkParams();
-  if (!IsUsablePlane(plane, params.width, params.height)) {
-    result[2] = 0.0f;
-    result[3] = 0.0f;
-    return -1;
-  }
+  MarkParams params;
+  if (result == nullptr || !EnterMarkOperation(plane, para, result, params)) return -1;
   const MarkSearch search =
       SearchMark(WrapPlane(plane, params.width, params.height), params, MarkKind::kRectangle);
   // A zero side of the measured box means the refinement found no edge pair: report

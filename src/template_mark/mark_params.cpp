@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "common/para.hpp"
+#include "common/plane.hpp"
 #include "template_mark/template_mark.hpp"
 
 namespace imgtarn::template_mark {
@@ -15,6 +16,17 @@ MarkParams FromPara(const float* para) {
   params.markHeight = 2.0f * para[3];
   params.debug = ParaInt(para, 4);
   return params;
+}
+
+bool EnterMarkOperation(const unsigned char* plane, const float* para, float* result,
+                        MarkParams& params) {
+  result[0] = 0.0f;
+  result[1] = 0.0f;
+  params = para != nullptr ? FromPara(para) : MarkParams();
+  if (IsUsablePlane(plane, params.width, params.height)) return true;
+  result[2] = 0.0f;
+  result[3] = 0.0f;
+  return false;
 }
 
 bool ExpectedSizeUsable(float markWidth, float markHeight, cv::Size plane) {

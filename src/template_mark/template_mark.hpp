@@ -33,6 +33,12 @@ struct MarkParams {
 // para[0], para[1]: plane size; para[2], para[3]: half the nominal size; para[4]: debug.
 MarkParams FromPara(const float* para);
 
+// The entry both mark operations share: zeroes the centre in result[0..1] and reads para
+// into params. A missing plane, para or zero area is refused with all four results zeroed
+// (false); result must not be null.
+bool EnterMarkOperation(const unsigned char* plane, const float* para, float* result,
+                        MarkParams& params);
+
 // False for nominal sizes the search cannot meet: below one pixel, NaN, or larger than the
 // plane (such a mark cannot lie inside it).
 bool ExpectedSizeUsable(float markWidth, float markHeight, cv::Size plane);
