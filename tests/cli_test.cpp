@@ -178,6 +178,77 @@ TEST(CliMarks, AnnotationIsAPictureOfTheInputSize) {
 }
 
 // ---------------------------------------------------------------------------------------------
+// Leads
+
+// A 10 x 20 bright lead at columns 70..79, rows 50..69 (centre 74.5, 59.5) on a dark board,
+// with a bright solder bridge filling the 8 columns right of its template box, and the
+// template: the lead with a 5-pixel margin of board (20 x 30, box centre at the lead centre).
+struct LeadFiles {
+  std::string image, leadTemplate;
+};
+
+const LeadFiles& DrawnLead() {
+  static const LeadFiles files = [] {
+    std::string stem = ::testing::TempDir() + "imgtarn_cli_lead_" + std::to_string(getpid());
+    cv::Mat board(120, 160, CV_8UC1, cv::Scalar(40));
+    board(cv::Rect(70, 50, 10, 20)).setTo(200);
+    cv::Mat leadTemplate = board(cv::Rect(65, 45, 20, 30)).clone();
+    board(cv::Rect(85, 50, 8, 20)).setTo(200);
+    LeadFiles drawn{stem + "_board.png", stem + "_template.png"};
+    cv::imwrite(drawn.image, board);
+    cv::imwrite(drawn.leadTemplate, leadTemplate);
+    return drawn;
+  }();
+  return files;
+}
+
+TEST(CliLead, FindsTheDrawnLeadAndCutsTheRegionsBesideIt) {
+  Scratch scratch;
+  Outcome run = Imgtarn({"lead", DrawnLead().image, "--template", DrawnLead().leadTemplate,
+                         "--side", "8", "--annotate", scratch("lead.png")});
+  EXPECT_RAN(run);
+  EXPECT_TRUE(run.json.Get("found").Bool());
+  EXPECT_GT(Num(run.json, "score"), 0.99);
+  const Value& centre = run.json.Get("centre");
+  ASSERT_EQ(centre.Size(), 2u);
+  EXPECT_NEAR(centre[0].Number(), 74.5, 1.0);
+  EXPECT_NEAR(centre[1].Number(), 59.5, 1.0);
+  // The box spans columns 65..84 and rows 45..74; each region is 8 columns beside it.
+  const Value& left = run.json.Get("left");
+  const Value& right = run.json.Get("right");
+  EXPECT_EQ(Num(left, "x"), 57);
+  EXPECT_EQ(Num(right, "x"), 85);
+  EXPECT_EQ(Num(left, "y"), 45);
+  EXPECT_EQ(Num(left, "width"), 8);
+  EXPECT_EQ(Num(right, "height"), 30);
+  EXPECT_FALSE(run.json.Has("measure"));
+  cv::Mat picture = cv::imread(scratch("lead.png"), cv::IMREAD_COLOR);
+  ASSERT_FALSE(picture.empty());
+  EXPECT_EQ(picture.size(), cv::Size(160, 120));
+}
+
+TEST(CliLead, JudgesPositionAndBrightnessAgainstTheExpectedCentre) {
+  // Expected 3 pixels left of where the lead is: beyond a 1.5-pixel tolerance.
+  Outcome run = Imgtarn({"lead", DrawnLead().image, "--template", DrawnLead().leadTemplate,
+                         "--expect", "71.5,59.5", "--tolerance", "1.5", "--max-side-grey", "120"});
+  EXPECT_RAN(run);
+  const Value& measure = run.json.Get("measure");
+  ASSERT_TRUE(measure.IsObject()) << run.out;
+  EXPECT_NEAR(measure.Get("error")[0].Number(), 3.0, 1.0);
+  EXPECT_NEAR(measure.Get("error")[1].Number(), 0.0, 1.0);
+  EXPECT_NEAR(Num(measure, "lead_grey"), (200.0 * 200 + 40.0 * 400) / 600, 0.5);
+  EXPECT_NEAR(Num(measure, "left_grey"), 40.0, 0.5);
+  EXPECT_NEAR(Num(measure, "right_grey"), (200.0 * 160 + 40.0 * 80) / 240, 0.5);
+  const Value& judgement = measure.Get("judgement");
+  EXPECT_EQ(Num(judgement, "bits"), 1 + 4);
+  EXPECT_FALSE(judgement.Get("good").Bool());
+  EXPECT_TRUE(judgement.Get("position_beyond_tolerance").Bool());
+  EXPECT_FALSE(judgement.Get("left_too_bright").Bool());
+  EXPECT_TRUE(judgement.Get("right_too_bright").Bool());
+  EXPECT_FALSE(judgement.Get("lead_not_found").Bool());
+}
+
+// ---------------------------------------------------------------------------------------------
 // Edges, pads, overlay
 
 TEST(CliCanny, EdgesOfACleanDiscLieOnItsOutline) {
@@ -457,6 +528,9 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{
             {"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kNotImage, "-o", "x.png"},
             "wrong file size"},
+        ErrorCase{{"lead", Sample("rect.png")}, "missing option --template"},
+        ErrorCase{{"lead", Sample("rect.png"), "--template", Sample("rect.png"), "--expect", "3"},
+                  "is not a point X,Y"},
         ErrorCase{{"sort", "1", "two"}, "'two' is not a whole number"},
         ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"}, ErrorCase{{}, "missing command"},
         ErrorCase{{"--library", "libm.so.6", "levels", Sample("holes.png")},

@@ -78,7 +78,9 @@ enum : int {
   kMorphBoundingRects = 8,
   kLocateCircleMarkQuick = 10,
   kLocateCircleMark = 11,
+  kCutLeadRois = 13,
   kLocateCrossMark = 14,
+  kMeasureLeadRoi = 16,
   kLocateRectangleMark = 18,
   kCountContourPixels = 19,
   kFollowCadOverlay = 20,
@@ -184,6 +186,7 @@ struct Command {
 
 // Every family registers its commands here.
 std::vector<Command> MarkCommands();
+std::vector<Command> LeadCommands();
 std::vector<Command> EdgeCommands();
 std::vector<Command> PadCommands();
 std::vector<Command> BufferCommands();

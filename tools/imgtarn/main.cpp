@@ -13,8 +13,8 @@ namespace imgtarn_cli {
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> commands = [] {
     std::vector<Command> all;
-    for (auto family :
-         {MarkCommands, EdgeCommands, PadCommands, BufferCommands, ContourCommands, DemoCommands}) {
+    for (auto family : {MarkCommands, LeadCommands, EdgeCommands, PadCommands, BufferCommands,
+                        ContourCommands, DemoCommands}) {
       for (auto& command : family()) all.push_back(std::move(command));
     }
     return all;
