@@ -82,6 +82,11 @@ void Write(const std::string& path, cv::InputArray image) { Current().Write(path
 void Wait(int milliseconds) { Current().Wait(milliseconds); }
 void CloseAll() { Current().CloseAll(); }
 
+void ShowAndPaint(const std::string& title, cv::InputArray image) {
+  Show(title, image);
+  Wait(1);
+}
+
 Sink* SetSink(Sink* sink) { return currentSink.exchange(sink); }
 
 void RecordingSink::Show(const std::string& title, const cv::Mat& image) {

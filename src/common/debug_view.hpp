@@ -28,6 +28,8 @@ void Show(const std::string& title, cv::InputArray image);
 void Write(const std::string& path, cv::InputArray image);
 void Wait(int milliseconds);
 void CloseAll();
+// Show followed by a 1 ms wait: the window paints without holding up the inspection flow.
+void ShowAndPaint(const std::string& title, cv::InputArray image);
 
 // True when highgui windows can be opened in this process (an X11 or Wayland display).
 bool HasDisplay();

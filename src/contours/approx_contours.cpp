@@ -55,8 +55,7 @@ int ApproxContoursDemo(const unsigned char* source, const float* para, unsigned 
   cv::polylines(picture, polygons, true, cv::Scalar(255));
   if (drawing != nullptr) CopyIntoPlane(picture, drawing);
   if (params.plane.debug) {
-    debug_view::Show("matApproxPolygons", picture);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matApproxPolygons", picture);
   }
   return 0;
 }

@@ -103,8 +103,7 @@ int ClassifyRingContours(unsigned char* ringPlane, unsigned char* solidPlane, fl
   para[10] = static_cast<float>(found.multiHoleCount);
   if (params.plane.debug) {
     debug_view::Show("matRings", found.ringMask);
-    debug_view::Show("matSolids", found.solidMask);
-    debug_view::Wait(1);  // paint the windows without holding up the inspection
+    debug_view::ShowAndPaint("matSolids", found.solidMask);
   }
   return 0;
 }

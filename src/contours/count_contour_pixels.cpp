@@ -52,8 +52,7 @@ int CountPerContour(const unsigned char* source, const float* para, float* resul
   if (params.plane.debug) {
     cv::Mat drawn = cv::Mat::zeros(height, width, CV_8UC1);
     cv::drawContours(drawn, outers, -1, cv::Scalar(255), thickness);
-    debug_view::Show(debugTitle, drawn);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint(debugTitle, drawn);
   }
   return 0;
 }

@@ -44,8 +44,7 @@ int DrawContourMask(unsigned char* mask, const unsigned char* source, float* par
   para[5] = static_cast<float>(drawn);
   para[6] = static_cast<float>(cv::countNonZero(filled));
   if (params.plane.debug) {
-    debug_view::Show("matContourMask", filled);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matContourMask", filled);
   }
   return 0;
 }

@@ -56,8 +56,7 @@ int DrawContoursAllExternal(const unsigned char* source, float* para, unsigned c
   const int count = OutlineExternalContours(WrapPlane(source, width, height), params, targets);
   para[8] = static_cast<float>(count);
   if (params.plane.debug) {
-    debug_view::Show("matContoursExternal", targets[0]);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matContoursExternal", targets[0]);
   }
   return 0;
 }

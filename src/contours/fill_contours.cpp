@@ -83,8 +83,7 @@ int FillContours(unsigned char* target, float* para, const int* contours,
   para[5] = static_cast<float>(polygons->size());
   para[6] = static_cast<float>(cv::countNonZero(mask));
   if (params.plane.debug) {
-    debug_view::Show("matFilledContours", plane);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matFilledContours", plane);
   }
   return 0;
 }

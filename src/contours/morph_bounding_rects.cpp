@@ -63,8 +63,7 @@ int MorphBoundingRects(const unsigned char* source, float* para) {
   para[7] = static_cast<float>(blobs.size());
   WriteEntries(para + kFirstRect, params.capacity, PackedBoundingRects(blobs), kRectWidth);
   if (params.plane.debug) {
-    debug_view::Show("matMorphRects", cleaned);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matMorphRects", cleaned);
   }
   return 0;
 }

@@ -48,11 +48,6 @@ cv::Mat RingBetween(const cv::Mat& outer, const cv::Mat& inner, int radius) {
   return ring;
 }
 
-void ShowDebug(const char* title, const cv::Mat& image) {
-  debug_view::Show(title, image);
-  debug_view::Wait(1);  // paint the window without holding up the inspection
-}
-
 }  // namespace
 
 int MorphRingBand(unsigned char* innerRing, unsigned char* outerRing, unsigned char* band,
@@ -69,7 +64,7 @@ int MorphRingBand(unsigned char* innerRing, unsigned char* outerRing, unsigned c
   para[5] = static_cast<float>(cv::countNonZero(bands.band));
   para[6] = static_cast<float>(cv::countNonZero(bands.outer));
   para[7] = static_cast<float>(cv::countNonZero(bands.inner));
-  if (params.plane.debug) ShowDebug("matRingBand", bands.band);
+  if (params.plane.debug) debug_view::ShowAndPaint("matRingBand", bands.band);
   return 0;
 }
 
@@ -88,7 +83,7 @@ int RingBetweenMasks(const unsigned char* outerMask, const unsigned char* innerM
   CopyIntoPlane(between, ring);
   para[5] = static_cast<float>(cv::countNonZero(between));
   para[6] = static_cast<float>(FindExternalContours(between).size());
-  if (params.plane.debug) ShowDebug("matRingBetween", between);
+  if (params.plane.debug) debug_view::ShowAndPaint("matRingBetween", between);
   return 0;
 }
 

@@ -69,8 +69,7 @@ int SegmentByMoments(const unsigned char* source, const unsigned char* regionMas
   WriteEntries(result + 1, params.capacity, found.entries, kEntryWidth);
   if (labels != nullptr) CopyIntoPlane(found.labels, labels);
   if (params.plane.debug) {
-    debug_view::Show("matSegments", found.labels);
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matSegments", found.labels);
   }
   return 0;
 }

@@ -36,8 +36,7 @@ int CutLeadRois(const unsigned char* image, const unsigned char* leadTemplate, f
   const LeadLayout layout = LocateLead(*planes, params.sideWidth, params.minScore);
   WriteLayout(layout, para);
   if (params.debug) {
-    debug_view::Show("matLeadRois", DrawLayout(planes->image, layout));
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matLeadRois", DrawLayout(planes->image, layout));
   }
   return 0;
 }

@@ -88,8 +88,7 @@ int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate
   const LeadLayout layout = LocateLead(*planes, params.search.sideWidth, params.search.minScore);
   WriteResult(layout, Measure(planes->image, layout, params), result);
   if (params.search.debug) {
-    debug_view::Show("matLeadMeasure", DrawLayout(planes->image, layout));
-    debug_view::Wait(1);  // paint the window without holding up the inspection
+    debug_view::ShowAndPaint("matLeadMeasure", DrawLayout(planes->image, layout));
   }
   return 0;
 }
