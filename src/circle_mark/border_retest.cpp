@@ -17,6 +17,18 @@ std::optional<float> AcceptedOnBorder(int origin, const EdgeSpan& span, float ra
   return std::nullopt;
 }
 
+bool CutsColumns(Border border) { return border == Border::kRight || border == Border::kLeft; }
+
+// The centre one radius in from the edge that faces away from the crossed border: that edge is
+// whole even when the border cuts the disc, the other one is the image edge. A rejected diameter
+// of a 2r disc spans first .. first + 2r - 1, so the centre is r - 0.5 past `first`.
+float CentreFromVisibleEdge(Border border, int origin, const EdgeSpan& span, float radius) {
+  const float halfRun = radius - 0.5f;
+  if (border == Border::kRight || border == Border::kBottom)
+    return static_cast<float>(origin + span.first) + halfRun;
+  return static_cast<float>(origin + span.last) - halfRun;
+}
+
 }  // namespace
 
 bool IsInside(cv::Point2f centre, float radius, int margin, cv::Size image) {
@@ -66,14 +78,23 @@ cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size 
 }
 
 cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border border,
-                           cv::Point2f placeAt, cv::Point2f previous, float radius, bool debug) {
+                           cv::Point2f placeAt, cv::Point2f previous, CutAxis cutAxis, float radius,
+                           bool debug) {
   const cv::Rect window = BorderWindow(border, placeAt, radius, blurred.size());
   const std::optional<GradientMeasure> measure = MeasureCircleByGradient(blurred, window);
   cv::Point2f centre = previous;
   if (measure) {
-    // A rejected axis keeps the previous coordinate.
-    if (auto x = AcceptedOnBorder(measure->window.x, measure->columns, radius)) centre.x = *x;
-    if (auto y = AcceptedOnBorder(measure->window.y, measure->rows, radius)) centre.y = *y;
+    // A rejected axis keeps the previous coordinate, unless it is the cut one and the caller
+    // asked for its visible edge instead.
+    const bool edgeOnCut = cutAxis == CutAxis::kFromVisibleEdge;
+    if (auto x = AcceptedOnBorder(measure->window.x, measure->columns, radius))
+      centre.x = *x;
+    else if (edgeOnCut && CutsColumns(border))
+      centre.x = CentreFromVisibleEdge(border, measure->window.x, measure->columns, radius);
+    if (auto y = AcceptedOnBorder(measure->window.y, measure->rows, radius))
+      centre.y = *y;
+    else if (edgeOnCut && !CutsColumns(border))
+      centre.y = CentreFromVisibleEdge(border, measure->window.y, measure->rows, radius);
     if (debug) debug_view::Show("The new ROI", blurred(measure->window));
   }
   if (debug) debug_view::Show("Test the circle's position.", DrawMarkedCopy(plain, centre, radius));

@@ -116,10 +116,14 @@ enum class Border { kNone, kRight, kLeft, kBottom, kTop };
 // none or more than one (a corner).
 Border CrossedBorder(cv::Point2f centre, float radius, int margin, cv::Size image);
 cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size image);
+// What a rejected diameter on the axis that crosses the border gives: the previous coordinate,
+// or the centre one radius in from the disc's edge that faces away from the border.
+enum class CutAxis { kKeepPrevious, kFromVisibleEdge };
 // Re-measures in the border window placed for `placeAt`; the result keeps `previous` on every
-// rejected axis.
+// rejected axis except a cut one asked to come from its visible edge.
 cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border border,
-                           cv::Point2f placeAt, cv::Point2f previous, float radius, bool debug);
+                           cv::Point2f placeAt, cv::Point2f previous, CutAxis cutAxis, float radius,
+                           bool debug);
 // A copy with the result circle (value 0) and a filled disc of radius r - 2 (debug views).
 cv::Mat DrawMarkedCopy(const cv::Mat& plain, cv::Point2f centre, float radius);
 
