@@ -548,19 +548,34 @@ INSTANTIATE_TEST_SUITE_P(
                       SortCase{{2, 1, 2, 3, 2}, 0, 1, {3, 1, 2, 3, 2}, {3, -7, -7, -7, -7}},
                       SortCase{{0, INT_MAX, INT_MIN}, 1, 0, {INT_MIN, 0, INT_MAX}, {2, 0, 1}}));
 
-TEST(CountingSort, MatchesAStableSortForNarrowAndWideSpreads) {
+// Against a stable comparison sort, over narrow (split counters), middling (one counter table)
+// and wide (comparison sort) spreads, with runs of equal values, both orders and every kind of K;
+// without a permutation the values come out the same.
+TEST(CountingSort, MatchesAStableSortForEverySpreadOrderAndK) {
   std::mt19937 rng(11);
-  for (int spread : {3, 50, 100000, 2000000000}) {
+  for (const auto& [n, spread] : std::vector<std::pair<int, int>>{
+           {300, 3}, {300, 1500}, {300, 2000000000}, {40000, 70000}}) {
+    std::vector<int> in(n), order(n);
+    for (int i = 0; i < n; ++i)
+      in[i] = i % 7 == 1 ? in[i - 1] : static_cast<int>(rng() % spread) - spread / 2;
     for (bool ascending : {true, false}) {
-      std::vector<int> in(300), order(300), values, permutation(300);
-      for (int& v : in) v = static_cast<int>(rng() % spread) - spread / 2;
       std::iota(order.begin(), order.end(), 0);
       std::stable_sort(order.begin(), order.end(),
                        [&](int a, int b) { return ascending ? in[a] < in[b] : in[a] > in[b]; });
-      values = in;
-      CountingSort(values.data(), permutation.data(), {300, ascending, 0, true});
-      EXPECT_EQ(permutation, order) << spread;
-      for (size_t i = 0; i < in.size(); ++i) ASSERT_EQ(values[i], in[order[i]]);
+      for (int k : {0, -4, 1, n / 2, n - 1, n + 1}) {
+        // Whole values up to the one that brings the count to K or more.
+        int delivered = k == 0 ? n : std::min(std::max(k, 1), n);
+        while (delivered < n && in[order[delivered]] == in[order[delivered - 1]]) ++delivered;
+        std::vector<int> values = in, alone = in, permutation(n, -7);
+        ASSERT_EQ(CountingSort(values.data(), permutation.data(), {n, ascending, k, true}),
+                  delivered);
+        CountingSort(alone.data(), nullptr, {n, ascending, k, false});
+        ASSERT_EQ(alone, values);
+        for (int i = 0; i < n; ++i) {
+          ASSERT_EQ(permutation[i], i < delivered ? order[i] : -7) << spread << " " << k;
+          ASSERT_EQ(values[i], i < delivered ? in[order[i]] : in[i]) << spread << " " << k;
+        }
+      }
     }
   }
 }

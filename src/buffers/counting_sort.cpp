@@ -1,135 +1,161 @@
 // Counting sort of integer values with an optional stable permutation (slot 35).
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "buffers/buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {
 
-struct ValueCount {
-  int value;
-  int count;
+// Small inputs always count densely, whatever their spread.
+constexpr std::int64_t kDenseSlack = 1024;
+// Up to this many counters, four interleaved tables are counted and summed: runs of equal
+// values (a flat image area) then update four counters in turn instead of stalling on one.
+constexpr std::int64_t kSplitCountersUpTo = 1 << 16;
+
+struct ValueRange {
+  int low, high;
+  std::int64_t Size() const { return static_cast<std::int64_t>(high) - low + 1; }
 };
 
-// The distinct values of the input in ascending order with their counts. Counters are dense
-// (one per integer between min and max) while the spread is comparable to the input; a wider
-// spread is counted from a sorted copy instead, so memory stays in proportion to the input
-// and widely spread values cannot exhaust it. Both give the same table.
-class ValueTable {
- public:
-  ValueTable(const int* values, int n) {
-    int low = values[0], high = values[0];
-    for (int i = 0; i < n; ++i) {
-      if (values[i] < low)
-        low = values[i];
-      else
-        high = std::max(high, values[i]);
-    }
-    low_ = low;
-    const std::int64_t range = static_cast<std::int64_t>(high) - low + 1;
-    if (range <= 2 * static_cast<std::int64_t>(n) + kDenseSlack)
-      CountDense(values, n, static_cast<std::size_t>(range));
-    else
-      CountSorted(values, n);
+// The least and greatest value. Branch-free so the loop vectorises.
+ValueRange FindRange(const int* values, int n) {
+  int low = values[0], high = values[0];
+  for (int i = 0; i < n; ++i) {
+    low = std::min(low, values[i]);
+    high = std::max(high, values[i]);
   }
+  return {low, high};
+}
 
-  const std::vector<ValueCount>& Ascending() const { return ascending_; }
-  bool Dense() const { return !denseIndex_.empty(); }
-  // For a dense table: value - low -> index in Ascending() (-1 for absent values), and low.
-  const std::vector<int>& DenseIndex() const { return denseIndex_; }
-  std::int64_t Low() const { return low_; }
+// The counter of a value: v - low in unsigned arithmetic, which cannot overflow.
+std::size_t Slot(int v, unsigned low) { return static_cast<unsigned>(v) - low; }
 
-  // The index of a value of the input in Ascending().
-  int IndexOf(int value) const {
-    if (!denseIndex_.empty())
-      return denseIndex_[static_cast<std::size_t>(static_cast<std::int64_t>(value) - low_)];
-    const auto found =
-        std::lower_bound(ascending_.begin(), ascending_.end(), value,
-                         [](const ValueCount& entry, int v) { return entry.value < v; });
-    return static_cast<int>(found - ascending_.begin());
+// The number of occurrences of each value, indexed by value - low.
+std::vector<int> CountValues(const int* values, int n, const ValueRange& range) {
+  const auto size = static_cast<std::size_t>(range.Size());
+  const auto low = static_cast<unsigned>(range.low);
+  const auto slot = [low](int v) { return Slot(v, low); };
+  if (range.Size() > kSplitCountersUpTo) {
+    std::vector<int> counts(size, 0);
+    for (int i = 0; i < n; ++i) ++counts[slot(values[i])];
+    return counts;
   }
-
- private:
-  static constexpr std::int64_t kDenseSlack = 1024;  // small inputs always count densely
-
-  void CountDense(const int* values, int n, std::size_t range) {
-    std::vector<int> counters(range, 0);
-    for (int i = 0; i < n; ++i) ++counters[static_cast<std::size_t>(Offset(values[i]))];
-    denseIndex_.assign(range, -1);
-    for (std::size_t slot = 0; slot < range; ++slot) {
-      if (counters[slot] == 0) continue;
-      denseIndex_[slot] = static_cast<int>(ascending_.size());
-      ascending_.push_back(
-          {static_cast<int>(low_ + static_cast<std::int64_t>(slot)), counters[slot]});
-    }
+  std::vector<int> tables(4 * size, 0);
+  int* t0 = tables.data();
+  int* t1 = t0 + size;
+  int* t2 = t1 + size;
+  int* t3 = t2 + size;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    ++t0[slot(values[i])];
+    ++t1[slot(values[i + 1])];
+    ++t2[slot(values[i + 2])];
+    ++t3[slot(values[i + 3])];
   }
+  for (; i < n; ++i) ++t0[slot(values[i])];
+  for (std::size_t s = 0; s < size; ++s) t0[s] += t1[s] + t2[s] + t3[s];
+  tables.resize(size);
+  return tables;
+}
 
-  void CountSorted(const int* values, int n) {
-    std::vector<int> sorted(values, values + n);
-    std::sort(sorted.begin(), sorted.end());
-    for (const int v : sorted) {
-      if (ascending_.empty() || ascending_.back().value != v)
-        ascending_.push_back({v, 1});
-      else
-        ++ascending_.back().count;
-    }
-  }
-
-  std::int64_t Offset(int value) const { return static_cast<std::int64_t>(value) - low_; }
-
-  std::int64_t low_ = 0;
-  std::vector<int> denseIndex_;  // value - low -> index in ascending_, or -1
-  std::vector<ValueCount> ascending_;
-};
-
-// The values in delivery order, cut after the value that brings the count to K or more.
-std::vector<ValueCount> DeliveredValues(const ValueTable& table, const CountingSortParams& p) {
-  std::vector<ValueCount> order = table.Ascending();
-  if (!p.ascending) std::reverse(order.begin(), order.end());
+// The number of entries delivered: all, or those of the values in delivery order up to the
+// one that brings the count to K or more (all of its repetitions).
+int DeliveredCount(const std::vector<int>& counts, const CountingSortParams& p, int n) {
+  if (p.firstK == 0) return n;
+  const int size = static_cast<int>(counts.size());
   std::int64_t written = 0;
-  std::size_t delivered = 0;
-  while (delivered < order.size()) {
-    written += order[delivered++].count;
-    if (p.firstK != 0 && written >= p.firstK) break;
+  for (int k = 0; k < size; ++k) {
+    const int count = counts[p.ascending ? k : size - 1 - k];
+    if (count == 0) continue;
+    written += count;
+    if (written >= p.firstK) break;  // a negative K stops after the first value
   }
-  order.resize(delivered);
-  return order;
+  return static_cast<int>(written);
+}
+
+// The first output position of each value in delivery order; -1 for values not delivered.
+std::vector<int> DeliveryPositions(const std::vector<int>& counts, bool ascending,
+                                   int delivered) {
+  const int size = static_cast<int>(counts.size());
+  std::vector<int> next(counts.size(), -1);
+  int written = 0;
+  for (int k = 0; k < size && written < delivered; ++k) {
+    const int s = ascending ? k : size - 1 - k;
+    next[s] = written;
+    written += counts[s];
+  }
+  return next;
 }
 
 // Input position of each delivered element, stable: equal values keep their input order.
-// Elements of values beyond the delivered ones get no position.
-void WritePermutation(const int* values, int n, const ValueTable& table, bool ascending,
-                      const std::vector<ValueCount>& delivered, int* permutation) {
-  const int distinct = static_cast<int>(table.Ascending().size());
-  std::vector<int> next(delivered.size());  // next free position of each delivered value
-  int position = 0;
-  for (std::size_t k = 0; k < delivered.size(); ++k) {
-    next[k] = position;
-    position += delivered[k].count;
-  }
-  if (table.Dense()) {
-    // One table from value to next free position (-1: not delivered) saves the two-step
-    // lookup per element on the common dense case.
-    std::vector<int> slotNext(table.DenseIndex().size(), -1);
-    for (std::size_t slot = 0; slot < slotNext.size(); ++slot) {
-      const int ascendingIndex = table.DenseIndex()[slot];
-      if (ascendingIndex < 0) continue;
-      const int orderIndex = ascending ? ascendingIndex : distinct - 1 - ascendingIndex;
-      if (orderIndex < static_cast<int>(delivered.size())) slotNext[slot] = next[orderIndex];
-    }
-    const std::int64_t low = table.Low();
-    for (int i = 0; i < n; ++i) {
-      int& position = slotNext[static_cast<std::size_t>(values[i] - low)];
-      if (position >= 0) permutation[position++] = i;
-    }
+// Consumes `next` (first positions, -1: not delivered).
+void ScatterPermutation(const int* values, int n, int low, bool everyValueDelivered,
+                        std::vector<int>& next, int* permutation) {
+  const auto base = static_cast<unsigned>(low);
+  int* slots = next.data();
+  if (everyValueDelivered) {
+    for (int i = 0; i < n; ++i) permutation[slots[Slot(values[i], base)]++] = i;
     return;
   }
   for (int i = 0; i < n; ++i) {
-    const int ascendingIndex = table.IndexOf(values[i]);
-    const int orderIndex = ascending ? ascendingIndex : distinct - 1 - ascendingIndex;
-    if (orderIndex < static_cast<int>(delivered.size())) permutation[next[orderIndex]++] = i;
+    int& position = slots[Slot(values[i], base)];
+    if (position >= 0) permutation[position++] = i;
   }
+}
+
+// Writes each delivered value as often as it occurs, in delivery order, from the counts.
+void WriteValues(int* values, const ValueRange& range, const std::vector<int>& counts,
+                 bool ascending, int delivered) {
+  const int size = static_cast<int>(counts.size());
+  int written = 0;
+  for (int k = 0; k < size && written < delivered; ++k) {
+    const int s = ascending ? k : size - 1 - k;
+    if (counts[s] == 0) continue;
+    const int count = std::min(counts[s], delivered - written);
+    std::fill(values + written, values + written + count,
+              static_cast<int>(static_cast<std::int64_t>(range.low) + s));
+    written += count;
+  }
+}
+
+int SortDense(int* values, int* permutation, const CountingSortParams& params,
+              const ValueRange& range) {
+  const int n = params.count;
+  const std::vector<int> counts = CountValues(values, n, range);
+  const int delivered = DeliveredCount(counts, params, n);
+  if (permutation != nullptr) {
+    std::vector<int> next = DeliveryPositions(counts, params.ascending, delivered);
+    // The permutation is taken from the input order, before any value is overwritten.
+    ScatterPermutation(values, n, range.low, delivered == n, next, permutation);
+  }
+  WriteValues(values, range, counts, params.ascending, delivered);
+  return delivered;
+}
+
+// Values spread far wider than their number: counters would need memory out of proportion to
+// the input, so the same order comes from a stable comparison sort of the positions.
+int SortSpread(int* values, int* permutation, const CountingSortParams& params) {
+  const int n = params.count;
+  std::vector<int> order(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) order[i] = i;
+  const auto before = [&](int a, int b) {
+    return params.ascending ? values[a] < values[b] : values[a] > values[b];
+  };
+  std::stable_sort(order.begin(), order.end(), before);
+  int delivered = n;
+  if (params.firstK != 0) {
+    // Through all repetitions of the value that brings the count to K or more.
+    delivered = std::min(std::max(params.firstK, 1), n);
+    while (delivered < n && values[order[delivered]] == values[order[delivered - 1]])
+      ++delivered;
+  }
+  std::vector<int> sorted(static_cast<std::size_t>(delivered));
+  for (int i = 0; i < delivered; ++i) sorted[i] = values[order[i]];
+  if (permutation != nullptr) std::copy(order.begin(), order.begin() + delivered, permutation);
+  std::copy(sorted.begin(), sorted.end(), values);
+  return delivered;
 }
 
 }  // namespace
@@ -137,17 +163,10 @@ void WritePermutation(const int* values, int n, const ValueTable& table, bool as
 int CountingSort(int* values, int* permutation, const CountingSortParams& params) {
   const int n = params.count;
   if (n <= 0) return 0;
-  const ValueTable table(values, n);
-  const std::vector<ValueCount> delivered = DeliveredValues(table, params);
-  // The permutation is taken from the input order, before any value is overwritten.
-  if (permutation != nullptr)
-    WritePermutation(values, n, table, params.ascending, delivered, permutation);
-  int written = 0;
-  for (const ValueCount& entry : delivered) {
-    std::fill(values + written, values + written + entry.count, entry.value);
-    written += entry.count;
-  }
-  return written;
+  const ValueRange range = FindRange(values, n);
+  if (range.Size() <= 2 * static_cast<std::int64_t>(n) + kDenseSlack)
+    return SortDense(values, permutation, params, range);
+  return SortSpread(values, permutation, params);
 }
 
 int CountingSortValues(int* values, float* para, int* permutation) {
