@@ -95,14 +95,21 @@ int CountInsideGrowthSteps(const cv::Mat& cad, const cv::Mat& outside);
 cv::Mat BuildSpillWeightMapFast(const cv::Mat& cad, const cv::Mat& boundary);
 int CountInsideGrowthStepsFast(const cv::Mat& cad, const cv::Mat& outside);
 
-// Covered share of the CAD pad minus the weighted spill into `difference`; -1 on empty input.
-double CoverageScore(const cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary,
-                     const cv::Mat& difference, bool debug);
+// What every pass is scored against, built once per call: the CAD pad, where spill counts
+// (boundary - cad, saturating at 0), the spill weight of each pixel and the pad's pixel count.
+struct OverlayReference {
+  cv::Mat cad;
+  cv::Mat difference;
+  cv::Mat weights;
+  int padPixels = 0;
+};
+OverlayReference MakeOverlayReference(const cv::Mat& cad, const cv::Mat& boundary);
+// Covered share of the CAD pad minus the weighted spill into the difference; -1 on empty input.
+double CoverageScore(const cv::Mat& measured, const OverlayReference& reference, bool debug);
 // The coverage score divided by the three ratio penalties of the pass, never below 0.
 double PenalisedScore(double raw, const Alignment& alignment, int pass);
 // Aligns (pass 1 rewrites `measured`) and scores one pass; 0 when the alignment fails.
-double ScoreAlignment(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, int pass,
-                      bool debug);
+double ScoreAlignment(cv::Mat& measured, const OverlayReference& reference, int pass, bool debug);
 // Both passes over the host's planes; `measured` is the operation's own copy.
 float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug);
 

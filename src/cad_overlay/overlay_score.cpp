@@ -44,22 +44,22 @@ double PenalisedScore(double raw, const Alignment& alignment, int pass) {
   return raw < 0.0 ? 0.0 : raw;
 }
 
-double ScoreAlignment(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, int pass,
+double ScoreAlignment(cv::Mat& measured, const OverlayReference& reference, int pass,
                       bool debug) {
   Alignment alignment;
-  if (!FollowToCad(measured, cad, pass, &alignment)) return 0.0;
-  if (debug) ShowAlignment(measured, cad);
-  const cv::Mat difference = boundary - cad;  // saturates at 0
-  const double raw = CoverageScore(measured, cad, boundary, difference, debug);
+  if (!FollowToCad(measured, reference.cad, pass, &alignment)) return 0.0;
+  if (debug) ShowAlignment(measured, reference.cad);
+  const double raw = CoverageScore(measured, reference, debug);
   return PenalisedScore(raw, alignment, pass);
 }
 
 float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug) {
+  const OverlayReference reference = MakeOverlayReference(cad, boundary);
   double best = 0.0;
   for (int pass = 0; pass < 2; ++pass) {
     // Pass 1 rewrites the measured copy; nothing reads it after that pass.
     cv::Mat measuredHeader = measured;
-    const double score = ScoreAlignment(measuredHeader, cad, boundary, pass, debug);
+    const double score = ScoreAlignment(measuredHeader, reference, pass, debug);
     if (score - best > 0.00001) best = score;
   }
   return static_cast<float>(best);
