@@ -172,8 +172,11 @@ class ImgTarn_IF {
   // Slot 11. Locates a bright filled circular mark of known radius. Stage 1: Hough circles on
   //   Canny edges checked against a disc-template estimate and refined by gradient profiles
   //   (marks within 5 px of one border are re-measured in a window flush with that border;
-  //   a template score >= 0.95 there takes the template estimate). Stage 2, only when stage 1
-  //   found at least two edge circles but no centre: the search of slot 10.
+  //   a template score >= 0.95 there takes the template estimate; an axis the border cuts
+  //   comes from the disc's whole edge one radius inward, or from the Hough circle when one
+  //   agreed with the template). Stage 2, only when stage 1 found at least two edge circles
+  //   but no centre: the search of slot 10. Centres are good to about 1 px; a small clean
+  //   mark (r below about 12) often yields a single edge circle and then (0, 0): use slot 10.
   //   plane, ignored, para: as slot 10 ([4] = 1 shows "Edges Image", "---template find
   //   --bilateral", "All Found Circles In Edges by HoughCircles", "Using Grad method found the
   //   best circle.", "The new ROI", "Test the circle's position.", then the stage-2 windows
