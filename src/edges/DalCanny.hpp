@@ -1,8 +1,9 @@
 // Canny edge detection whose two hysteresis thresholds come from the image's own histogram of
 // gradient magnitudes, so one call adapts to bright and dark boards.
 //
-// This is the literal reference version: plain loops, one pass per step. Faster variants must
-// produce the same edge map and are checked against it.
+// MyCanny is the production detector (row stripes in parallel, wide vectors where the CPU has
+// them). MyCannyLiteral is the reference: plain loops, one pass per step, kept as the oracle
+// that the production detector must match bit for bit.
 #ifndef IMGTARN_EDGES_DALCANNY_HPP
 #define IMGTARN_EDGES_DALCANNY_HPP
 
@@ -24,8 +25,13 @@ struct CannyThresholds {
 // What a run of the detector decided, for callers that report it and for tests.
 struct CannyTrace {
   CannyThresholds thresholds;
-  std::size_t initialStackCapacity = 0;
-  std::size_t finalStackCapacity = 0;
+  long long edgePixels = 0;
+};
+
+// The literal detector's hysteresis stack: its starting and its final capacity.
+struct StackUse {
+  std::size_t initialCapacity = 0;
+  std::size_t finalCapacity = 0;
 };
 
 // Chooses (low, high) from a histogram of kMagnitudeBins counts, the largest magnitude present
@@ -36,15 +42,25 @@ struct CannyTrace {
 CannyThresholds AutoCannyThresholds(const std::vector<int>& histogram, int maxMagnitude,
                                     long long pixelCount, bool l2gradient);
 
+// Raises cv::Exception (code -215) naming MyCanny unless `image` is 8-bit single-channel.
+void RequireEightBitPlane(const cv::Mat& image);
+
 // Edge map of an 8-bit single-channel image: 255 on edges, 0 elsewhere, allocated to src's
-// size. Raises cv::Exception (code -215, "src.depth() == CV_8U") for any other depth.
-// The flag only squares the chosen thresholds; magnitudes stay L1.
+// size; dst may be src. Raises cv::Exception (code -215, "src.depth() == CV_8U") for any
+// other depth. The flag only squares the chosen thresholds; magnitudes stay L1.
 void MyCanny(cv::InputArray src, cv::OutputArray dst, bool l2gradient, CannyTrace* trace = nullptr);
 
 // The gradient, suppression and hysteresis steps of MyCanny with thresholds given by the
 // caller (L1 magnitude, 3x3 Sobel, replicated border). Same input rules as MyCanny.
 void CannyWithThresholds(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,
                          CannyTrace* trace = nullptr);
+
+// The reference versions of the two above.
+void MyCannyLiteral(cv::InputArray src, cv::OutputArray dst, bool l2gradient,
+                    CannyTrace* trace = nullptr, StackUse* stack = nullptr);
+void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst,
+                                CannyThresholds thresholds, CannyTrace* trace = nullptr,
+                                StackUse* stack = nullptr);
 
 }  // namespace imgtarn::edges
 

@@ -40,17 +40,17 @@ struct EdgeReport {
   int contoursKept = 0;
 };
 
+// The raw stage writes the edge map straight into dst (the detector reads the whole source
+// before it writes, so dst may be the source plane); the contour stage needs it apart.
 EdgeReport DetectEdges(const cv::Mat& src, const EdgeParams& params, cv::Mat& dst) {
   EdgeReport report;
-  cv::Mat edges;
   CannyTrace trace;
+  cv::Mat edges = params.contourStage ? cv::Mat() : dst;
   MyCanny(src, edges, false, &trace);
   report.thresholds = trace.thresholds;
-  report.edgePixels = cv::countNonZero(edges);
+  report.edgePixels = static_cast<int>(trace.edgePixels);
   if (params.debug) debug_view::Show("matEdges", edges);
-  if (!params.contourStage) {
-    edges.copyTo(dst);
-  } else {
+  if (params.contourStage) {
     const std::vector<Contour> contours = FindClosedContours(edges, params.minContourArea);
     FillContoursInto(contours, dst);
     report.contoursKept = static_cast<int>(contours.size());
