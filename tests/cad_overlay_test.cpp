@@ -179,7 +179,8 @@ TEST(FastSpillWeightMap, RingsBeyond255KeepTheNextNonZeroWeight) {
 // ---- Overlay scoring ----
 
 double Pass(cv::Mat measured, const cv::Mat& cad, const cv::Mat& boundary, int pass) {
-  return co::ScoreAlignment(measured, co::MakeOverlayReference(cad, boundary), pass, false);
+  return co::ScoreAlignment(measured, co::ShapeOf(measured), co::OverlayReference(cad, boundary), pass,
+                            false);
 }
 
 TEST(CadOverlay, IdenticalBlobScoresOneOnPassZero) {
@@ -201,7 +202,7 @@ TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
   double spill = 0.0;
   for (int i = 1; i <= std::abs(dx); ++i) spill += 20.0 * (i * 255 / 10) / 255.0;
   const double raw = (400.0 - 20.0 * std::abs(dx)) / 400.0 - spill / 400.0;
-  EXPECT_NEAR(co::CoverageScore(measured, co::MakeOverlayReference(cad, boundary), false), raw, 1e-12);
+  EXPECT_NEAR(co::CoverageScore(measured, co::OverlayReference(cad, boundary), false), raw, 1e-12);
 
   // The centroids are 29 and trunc((59 + 2 dx) / 2); the ratio is 1 - 2 d / 20.
   const int d = 29 - (59 + 2 * dx) / 2;
@@ -241,7 +242,7 @@ TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
   // A blob filling the whole boundary around a tiny pad spills far more than it covers: the
   // negative pass-0 score is raised to 0.
   const cv::Mat tinyPad = Mask(kPlane, {cv::Rect(28, 28, 4, 4)});
-  EXPECT_LT(co::CoverageScore(boundary, co::MakeOverlayReference(tinyPad, boundary), false), 0.0);
+  EXPECT_LT(co::CoverageScore(boundary, co::OverlayReference(tinyPad, boundary), false), 0.0);
   EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
 }
 
@@ -251,7 +252,7 @@ TEST(CadOverlay, EmptyMeasuredOrCadPadFailsTheAlignmentAndScoresZero) {
   const cv::Mat boundary = Mask(kPlane, {kInside});
   co::Alignment alignment;
   cv::Mat measured = empty.clone();
-  EXPECT_FALSE(co::FollowToCad(measured, cad, 1, &alignment));
+  EXPECT_FALSE(co::FollowToCad(measured, co::ShapeOf(measured), cad, co::ShapeOf(cad), 1, &alignment));
   EXPECT_EQ(Pass(empty.clone(), cad, boundary, 0), 0.0);
   EXPECT_EQ(Pass(cad.clone(), empty, boundary, 1), 0.0);
 }
@@ -260,7 +261,7 @@ TEST(CadOverlay, BlobAsWideAsThePlaneFailsPassOne) {
   const cv::Mat cad = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
   cv::Mat measured = Mask(kPlane, {cv::Rect(0, 22, 60, 16)});
   co::Alignment alignment;
-  EXPECT_FALSE(co::FollowToCad(measured, cad, 1, &alignment));
+  EXPECT_FALSE(co::FollowToCad(measured, co::ShapeOf(measured), cad, co::ShapeOf(cad), 1, &alignment));
 }
 
 // ---- Slot 20 adapter ----

@@ -60,6 +60,12 @@ std::optional<cv::Point> PixelCentroid(const cv::Mat& mask);
 // Smallest rectangle holding every set pixel. An empty matrix gives (0, 0, 0, 0); a matrix
 // without a set pixel gives (cols, rows, 1 - cols, 1 - rows).
 cv::Rect PixelBoundingBox(const cv::Mat& mask);
+// Both in one pass over the mask.
+struct MaskShape {
+  std::optional<cv::Point> centre;
+  cv::Rect box = cv::Rect(0, 0, 0, 0);
+};
+MaskShape ShapeOf(const cv::Mat& mask);
 cv::Rect ClampRectToImage(cv::Rect rect, int cols, int rows);
 // The one of the width and height ratios cad / measured that lies nearer to 1 (tie: height).
 float NearestUnitScale(const cv::Rect& measured, const cv::Rect& cad);
@@ -81,8 +87,10 @@ struct Alignment {
   float offsetRatioY = 1.0f;
 };
 // Pass 0 measures the offsets only; pass 1 also rescales the measured blob to the CAD box and
-// moves it onto the CAD centroid (rewriting `measured`). Fails on an empty matrix or mask.
-bool FollowToCad(cv::Mat& measured, const cv::Mat& cad, int pass, Alignment* alignment);
+// moves it onto the CAD centroid (rewriting `measured`). The shapes are those of the two masks
+// as passed. Fails on an empty matrix or mask.
+bool FollowToCad(cv::Mat& measured, const MaskShape& measuredShape, const cv::Mat& cad,
+                 const MaskShape& cadShape, int pass, Alignment* alignment);
 
 // The reference ring-growth construction of the spill weights: rings grow from the CAD pad by
 // 3 x 3 steps up to the boundary and weigh from 255 / rings next to the pad to 255.
@@ -90,26 +98,43 @@ cv::Mat BuildSpillWeightMap(const cv::Mat& cad, const cv::Mat& boundary);
 // The number of 3 x 3 growth steps from `cad` that change the grown mask and stay clear of
 // `outside` (the ring count of BuildSpillWeightMap).
 int CountInsideGrowthSteps(const cv::Mat& cad, const cv::Mat& outside);
-// The same map and ring count from one chessboard distance transform (what the overlay score
-// uses); the growth versions above are their reference.
+// The same weights from one chessboard distance transform, read pixel by pixel: what the
+// overlay score uses. The growth versions above are their reference.
+class SpillRings {
+ public:
+  SpillRings(const cv::Mat& cad, const cv::Mat& boundary);
+  int Rings() const { return rings_; }
+  // The weight of a pixel off the pad: BuildSpillWeightMap's value wherever the CAD byte is 0.
+  unsigned char WeightOffPad(int y, int x) const;
+
+ private:
+  int rings_ = 0;
+  cv::Mat distance_;                     // chessboard distance to the pad, CV_16S or CV_32S
+  std::vector<unsigned char> ringWeight_;  // by distance; entry rings + 1 (beyond) is 0
+};
+// The whole map and the ring count from the distance transform.
 cv::Mat BuildSpillWeightMapFast(const cv::Mat& cad, const cv::Mat& boundary);
 int CountInsideGrowthStepsFast(const cv::Mat& cad, const cv::Mat& outside);
 
-// What every pass is scored against, built once per call: the CAD pad, where spill counts
-// (boundary - cad, saturating at 0), the spill weight of each pixel and the pad's pixel count.
+// What every pass is scored against, built once per call: the CAD pad, the boundary and the
+// spill rings around the pad, and the pad's pixel count.
 struct OverlayReference {
+  OverlayReference(const cv::Mat& cadPad, const cv::Mat& boundaryMask);
   cv::Mat cad;
-  cv::Mat difference;
-  cv::Mat weights;
+  cv::Mat boundary;
+  MaskShape cadShape;
+  SpillRings rings;
   int padPixels = 0;
 };
-OverlayReference MakeOverlayReference(const cv::Mat& cad, const cv::Mat& boundary);
-// Covered share of the CAD pad minus the weighted spill into the difference; -1 on empty input.
+// Covered share of the CAD pad minus the weighted spill into boundary - cad (saturating); -1 on
+// empty input.
 double CoverageScore(const cv::Mat& measured, const OverlayReference& reference, bool debug);
 // The coverage score divided by the three ratio penalties of the pass, never below 0.
 double PenalisedScore(double raw, const Alignment& alignment, int pass);
-// Aligns (pass 1 rewrites `measured`) and scores one pass; 0 when the alignment fails.
-double ScoreAlignment(cv::Mat& measured, const OverlayReference& reference, int pass, bool debug);
+// Aligns (pass 1 rewrites `measured`, whose shape as passed is `measuredShape`) and scores one
+// pass; 0 when the alignment fails.
+double ScoreAlignment(cv::Mat& measured, const MaskShape& measuredShape,
+                      const OverlayReference& reference, int pass, bool debug);
 // Both passes over the host's planes; `measured` is the operation's own copy.
 float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug);
 

@@ -19,28 +19,26 @@ Alignment OffsetRatios(cv::Point measuredCentre, cv::Point cadCentre, const cv::
 }
 
 // Places `part` at the measured blob's box shifted so that its centroid meets the CAD one.
-void MoveOntoCadCentroid(const cv::Mat& part, const cv::Mat& cad, cv::Mat& measured) {
-  const std::optional<cv::Point> measuredCentre = PixelCentroid(measured);
-  const std::optional<cv::Point> cadCentre = PixelCentroid(cad);
-  if (!measuredCentre || !cadCentre) return;  // nothing survived the rescale
-  cv::Rect box = PixelBoundingBox(measured);
-  box.x += cadCentre->x - measuredCentre->x;
-  box.y += cadCentre->y - measuredCentre->y;
+void MoveOntoCadCentroid(const cv::Mat& part, const MaskShape& cadShape, cv::Mat& measured) {
+  const MaskShape placed = ShapeOf(measured);
+  if (!placed.centre) return;  // nothing survived the rescale
+  cv::Rect box = placed.box;
+  box.x += cadShape.centre->x - placed.centre->x;
+  box.y += cadShape.centre->y - placed.centre->y;
   box = ClampRectToImage(box, measured.cols, measured.rows);
   PlaceAlone(part, box.tl(), measured);
 }
 
 }  // namespace
 
-bool FollowToCad(cv::Mat& measured, const cv::Mat& cad, int pass, Alignment* alignment) {
+bool FollowToCad(cv::Mat& measured, const MaskShape& measuredShape, const cv::Mat& cad,
+                 const MaskShape& cadShape, int pass, Alignment* alignment) {
   if (measured.empty() || cad.empty()) return false;
   // An empty mask has no centroid: the pass cannot be aligned and scores 0.
-  const std::optional<cv::Point> measuredCentre = PixelCentroid(measured);
-  const std::optional<cv::Point> cadCentre = PixelCentroid(cad);
-  if (!measuredCentre || !cadCentre) return false;
-  cv::Rect box = PixelBoundingBox(measured);
-  const cv::Rect cadBox = PixelBoundingBox(cad);
-  *alignment = OffsetRatios(*measuredCentre, *cadCentre, cadBox);
+  if (!measuredShape.centre || !cadShape.centre) return false;
+  cv::Rect box = measuredShape.box;
+  const cv::Rect cadBox = cadShape.box;
+  *alignment = OffsetRatios(*measuredShape.centre, *cadShape.centre, cadBox);
   if (pass == 0) return true;
 
   const float scale = NearestUnitScale(box, cadBox);
@@ -52,10 +50,9 @@ bool FollowToCad(cv::Mat& measured, const cv::Mat& cad, int pass, Alignment* ali
   if (box.x < 0 || box.y < 0) return false;  // the rescaled blob is as wide as the image
   box = ClampRectToImage(box, measured.cols, measured.rows);
 
-  cv::Mat working = cv::Mat::zeros(measured.size(), measured.type());
-  PlaceAlone(part, box.tl(), working);
-  working.copyTo(measured);
-  MoveOntoCadCentroid(part, cad, measured);
+  // Placing the part alone clears the rest of the measured image first.
+  PlaceAlone(part, box.tl(), measured);
+  MoveOntoCadCentroid(part, cadShape, measured);
   return true;
 }
 

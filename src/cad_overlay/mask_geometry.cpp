@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <emmintrin.h>
+
 #include <opencv2/imgproc.hpp>
 
 #include "cad_overlay/cad_overlay.hpp"
@@ -9,58 +11,105 @@
 
 namespace imgtarn::cad_overlay {
 
-std::optional<cv::Point> PixelCentroid(const cv::Mat& mask) {
-  std::int64_t sumX = 0, sumY = 0, count = 0;
-  for (int y = 0; y < mask.rows; ++y) {
-    const unsigned char* row = mask.ptr<unsigned char>(y);
-    // Branch-free so the row loop vectorises; masks hold long runs of either kind. A row's
-    // column sum fits 32 bits up to 46340 columns.
-    std::int64_t rowX = 0, rowCount = 0;
-    if (mask.cols <= 46340) {
-      int narrowX = 0, narrowCount = 0;
-      for (int x = 0; x < mask.cols; ++x) {
-        const int set = row[x] != 0;
-        narrowX += set * x;
-        narrowCount += set;
-      }
-      rowX = narrowX;
-      rowCount = narrowCount;
-    } else {
-      for (int x = 0; x < mask.cols; ++x) {
-        const int set = row[x] != 0;
-        rowX += set * static_cast<std::int64_t>(x);
-        rowCount += set;
-      }
-    }
-    sumX += rowX;
-    sumY += rowCount * y;
-    count += rowCount;
-  }
-  // Without a set pixel there is nothing to average; callers treat that as a failed alignment.
-  if (count == 0) return std::nullopt;
-  return cv::Point(static_cast<int>(sumX / count), static_cast<int>(sumY / count));
+namespace {
+
+// Bytes that are not 0, as a 16-bit mask of a block of sixteen.
+int SetBits(const unsigned char* p) {
+  const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  return ~_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())) & 0xFFFF;
 }
 
-cv::Rect PixelBoundingBox(const cv::Mat& mask) {
-  if (mask.empty()) return cv::Rect(0, 0, 0, 0);
+// The first set byte of row[0, cols), or cols when there is none.
+int FirstSet(const unsigned char* row, int cols) {
+  int x = 0;
+  for (; x + 16 <= cols; x += 16) {
+    const int bits = SetBits(row + x);
+    if (bits != 0) return x + __builtin_ctz(bits);
+  }
+  while (x < cols && row[x] == 0) ++x;
+  return x;
+}
+
+// The last set byte of row[0, cols), which must hold one.
+int LastSet(const unsigned char* row, int cols) {
+  int x = cols;
+  for (; x >= 16; x -= 16) {
+    const int bits = SetBits(row + x - 16);
+    if (bits != 0) return x - 16 + 31 - __builtin_clz(static_cast<unsigned>(bits));
+  }
+  do --x;
+  while (row[x] == 0);
+  return x;
+}
+
+struct RowSums {
+  std::int64_t count = 0;
+  std::int64_t columns = 0;  // sum of the set pixels' column indexes
+};
+
+// Sixteen bytes a step: the set bytes become ones (counted by a sum of absolute differences)
+// and their in-block indexes (summed the same way); each block's count times its first column
+// is added in 64-bit lanes.
+RowSums SumRow(const unsigned char* row, int cols) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i ones = _mm_set1_epi8(1);
+  const __m128i index = _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  __m128i counts = zero, indexes = zero, offsets = zero;
+  __m128i first = zero;  // the block's first column in both 64-bit lanes
+  int x = 0;
+  for (; x + 16 <= cols; x += 16) {
+    const __m128i clear =
+        _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), zero);
+    const __m128i count = _mm_sad_epu8(_mm_andnot_si128(clear, ones), zero);
+    counts = _mm_add_epi64(counts, count);
+    indexes = _mm_add_epi64(indexes, _mm_sad_epu8(_mm_andnot_si128(clear, index), zero));
+    offsets = _mm_add_epi64(offsets, _mm_mul_epu32(count, first));
+    first = _mm_add_epi64(first, _mm_set1_epi64x(16));
+  }
+  alignas(16) std::int64_t lanes[2][2];
+  _mm_store_si128(reinterpret_cast<__m128i*>(lanes[0]), counts);
+  _mm_store_si128(reinterpret_cast<__m128i*>(lanes[1]), _mm_add_epi64(indexes, offsets));
+  RowSums sums{lanes[0][0] + lanes[0][1], lanes[1][0] + lanes[1][1]};
+  for (; x < cols; ++x) {
+    const int set = row[x] != 0;
+    sums.count += set;
+    sums.columns += set * static_cast<std::int64_t>(x);
+  }
+  return sums;
+}
+
+}  // namespace
+
+MaskShape ShapeOf(const cv::Mat& mask) {
+  MaskShape shape;
+  if (mask.empty()) return shape;  // box (0, 0, 0, 0), no centroid
+  std::int64_t sumX = 0, sumY = 0, count = 0;
   // Starting from (cols, rows) and (0, 0) gives the degenerate box 1 - cols by 1 - rows for a
   // mask without a set pixel; callers recognise it by its non-positive size.
   int minX = mask.cols, minY = mask.rows, maxX = 0, maxY = 0;
   for (int y = 0; y < mask.rows; ++y) {
     const unsigned char* row = mask.ptr<unsigned char>(y);
+    const RowSums sums = SumRow(row, mask.cols);
+    if (sums.count == 0) continue;
+    sumX += sums.columns;
+    sumY += sums.count * y;
+    count += sums.count;
     // Only a row's first and last set pixel can move the box.
-    int first = 0;
-    while (first < mask.cols && row[first] == 0) ++first;
-    if (first == mask.cols) continue;
-    int last = mask.cols - 1;
-    while (row[last] == 0) --last;
-    minX = std::min(minX, first);
-    maxX = std::max(maxX, last);
+    minX = std::min(minX, FirstSet(row, mask.cols));
+    maxX = std::max(maxX, LastSet(row, mask.cols));
     minY = std::min(minY, y);
     maxY = std::max(maxY, y);
   }
-  return cv::Rect(minX, minY, maxX - minX + 1, maxY - minY + 1);
+  shape.box = cv::Rect(minX, minY, maxX - minX + 1, maxY - minY + 1);
+  // Without a set pixel there is nothing to average; callers treat that as a failed alignment.
+  if (count != 0)
+    shape.centre = cv::Point(static_cast<int>(sumX / count), static_cast<int>(sumY / count));
+  return shape;
 }
+
+std::optional<cv::Point> PixelCentroid(const cv::Mat& mask) { return ShapeOf(mask).centre; }
+
+cv::Rect PixelBoundingBox(const cv::Mat& mask) { return ShapeOf(mask).box; }
 
 cv::Rect ClampRectToImage(cv::Rect rect, int cols, int rows) {
   if (rect.x < 0) rect.x = 0;

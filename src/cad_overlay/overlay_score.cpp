@@ -44,22 +44,25 @@ double PenalisedScore(double raw, const Alignment& alignment, int pass) {
   return raw < 0.0 ? 0.0 : raw;
 }
 
-double ScoreAlignment(cv::Mat& measured, const OverlayReference& reference, int pass,
-                      bool debug) {
+double ScoreAlignment(cv::Mat& measured, const MaskShape& measuredShape,
+                      const OverlayReference& reference, int pass, bool debug) {
   Alignment alignment;
-  if (!FollowToCad(measured, reference.cad, pass, &alignment)) return 0.0;
+  if (!FollowToCad(measured, measuredShape, reference.cad, reference.cadShape, pass, &alignment))
+    return 0.0;
   if (debug) ShowAlignment(measured, reference.cad);
   const double raw = CoverageScore(measured, reference, debug);
   return PenalisedScore(raw, alignment, pass);
 }
 
 float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug) {
-  const OverlayReference reference = MakeOverlayReference(cad, boundary);
+  const OverlayReference reference(cad, boundary);
+  // Pass 0 leaves the measured copy as it is, so both passes start from the same shape.
+  const MaskShape measuredShape = ShapeOf(measured);
   double best = 0.0;
   for (int pass = 0; pass < 2; ++pass) {
     // Pass 1 rewrites the measured copy; nothing reads it after that pass.
     cv::Mat measuredHeader = measured;
-    const double score = ScoreAlignment(measuredHeader, reference, pass, debug);
+    const double score = ScoreAlignment(measuredHeader, measuredShape, reference, pass, debug);
     if (score - best > 0.00001) best = score;
   }
   return static_cast<float>(best);
