@@ -52,24 +52,23 @@ Call Locate(int slot, unsigned char* plane, int cols, int rows, float halfW, flo
   return call;
 }
 
-TEST(HostTemplateMark, Slot14FindsACrossAndTriplesItsCentralSquare) {
-  std::vector<unsigned char> plane = Board(120, 100, Plus(47.5, 55.5, 30), 1);
-  const Call call = Locate(kCrossSlot, plane.data(), 120, 100, 15, 15);
-  EXPECT_EQ(call.status, 0);
-  EXPECT_NEAR(call.result[0], 47.5, 1.0);
-  EXPECT_NEAR(call.result[1], 55.5, 1.0);
-  EXPECT_NEAR(call.result[2], 15.0, 1.5);
-  EXPECT_NEAR(call.result[3], 15.0, 1.5);
-}
-
-TEST(HostTemplateMark, Slot18FindsARectangleWithoutScaling) {
-  std::vector<unsigned char> plane = Board(120, 100, {{42.0, 31.0, 40.0, 24.0}}, 2);
-  const Call call = Locate(kRectangleSlot, plane.data(), 120, 100, 20, 12);
-  EXPECT_EQ(call.status, 0);
-  EXPECT_NEAR(call.result[0], 62.0, 1.0);
-  EXPECT_NEAR(call.result[1], 43.0, 1.0);
-  EXPECT_NEAR(call.result[2], 20.0, 1.5);
-  EXPECT_NEAR(call.result[3], 12.0, 1.5);
+// The cross's size is its measured central square tripled; the rectangle's is measured as is.
+TEST(HostTemplateMark, EachSlotFindsItsMarkAndMeasuresItsSize) {
+  struct Case {
+    int slot;
+    std::vector<cv::Rect2d> bars;
+    float x, y, halfW, halfH;
+  };
+  for (const Case& c : {Case{kCrossSlot, Plus(47.5, 55.5, 30), 47.5f, 55.5f, 15, 15},
+                        Case{kRectangleSlot, {{42.0, 31.0, 40.0, 24.0}}, 62, 43, 20, 12}}) {
+    std::vector<unsigned char> plane = Board(120, 100, c.bars, c.slot);
+    const Call call = Locate(c.slot, plane.data(), 120, 100, c.halfW, c.halfH);
+    EXPECT_EQ(call.status, 0);
+    EXPECT_NEAR(call.result[0], c.x, 1.0) << c.slot;
+    EXPECT_NEAR(call.result[1], c.y, 1.0) << c.slot;
+    EXPECT_NEAR(call.result[2], c.halfW, 1.5) << c.slot;
+    EXPECT_NEAR(call.result[3], c.halfH, 1.5) << c.slot;
+  }
 }
 
 TEST(HostTemplateMark, NothingFoundCrossKeepsTheCallersSizesRectangleZeroesThem) {
