@@ -11,22 +11,25 @@ namespace {
 
 // The re-test is stricter than the inside measurement (two-sided, r/6): a window pushed against
 // the border may cut the disc, and a clipped run must not pass as a diameter.
-std::optional<float> AcceptedOnBorder(int origin, const EdgeSpan& span, float radius) {
-  if (std::fabs(2.0f * radius - static_cast<float>(span.Diameter())) < radius / 6.0f)
-    return SpanCentre(origin, span);
-  return std::nullopt;
+bool AcceptedOnBorder(const EdgeSpan& span, float radius) {
+  return std::fabs(2.0f * radius - static_cast<float>(span.Diameter())) < radius / 6.0f;
 }
 
 bool CutsColumns(Border border) { return border == Border::kRight || border == Border::kLeft; }
 
-// The centre one radius in from the edge that faces away from the crossed border: that edge is
-// whole even when the border cuts the disc, the other one is the image edge. A rejected diameter
-// of a 2r disc spans first .. first + 2r - 1, so the centre is r - 0.5 past `first`.
-float CentreFromVisibleEdge(Border border, int origin, const EdgeSpan& span, float radius) {
-  const float halfRun = radius - 0.5f;
+// The centre half a diameter in from the edge that faces away from the crossed border: that
+// edge is whole even when the border cuts the disc, the other one is the image edge. The
+// diameter is the one measured across the uncut axis when that passed, because both axes find
+// their edges equally far inside the disc's soft rim (taking 2r instead puts the centre 0.4 px
+// towards the border on average); otherwise 2r.
+float CentreFromVisibleEdge(Border border, int origin, const EdgeSpan& cut, const EdgeSpan& uncut,
+                            float radius) {
+  const float halfRun = AcceptedOnBorder(uncut, radius)
+                            ? static_cast<float>(uncut.Diameter() - 1) * 0.5f
+                            : radius - 0.5f;
   if (border == Border::kRight || border == Border::kBottom)
-    return static_cast<float>(origin + span.first) + halfRun;
-  return static_cast<float>(origin + span.last) - halfRun;
+    return static_cast<float>(origin + cut.first) + halfRun;
+  return static_cast<float>(origin + cut.last) - halfRun;
 }
 
 }  // namespace
@@ -87,14 +90,16 @@ cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border 
     // A rejected axis keeps the previous coordinate, unless it is the cut one and the caller
     // asked for its visible edge instead.
     const bool edgeOnCut = cutAxis == CutAxis::kFromVisibleEdge;
-    if (auto x = AcceptedOnBorder(measure->window.x, measure->columns, radius))
-      centre.x = *x;
+    const EdgeSpan& columns = measure->columns;
+    const EdgeSpan& rows = measure->rows;
+    if (AcceptedOnBorder(columns, radius))
+      centre.x = SpanCentre(measure->window.x, columns);
     else if (edgeOnCut && CutsColumns(border))
-      centre.x = CentreFromVisibleEdge(border, measure->window.x, measure->columns, radius);
-    if (auto y = AcceptedOnBorder(measure->window.y, measure->rows, radius))
-      centre.y = *y;
+      centre.x = CentreFromVisibleEdge(border, measure->window.x, columns, rows, radius);
+    if (AcceptedOnBorder(rows, radius))
+      centre.y = SpanCentre(measure->window.y, rows);
     else if (edgeOnCut && !CutsColumns(border))
-      centre.y = CentreFromVisibleEdge(border, measure->window.y, measure->rows, radius);
+      centre.y = CentreFromVisibleEdge(border, measure->window.y, rows, columns, radius);
     if (debug) debug_view::Show("The new ROI", blurred(measure->window));
   }
   if (debug) debug_view::Show("Test the circle's position.", DrawMarkedCopy(plain, centre, radius));

@@ -117,7 +117,7 @@ enum class Border { kNone, kRight, kLeft, kBottom, kTop };
 Border CrossedBorder(cv::Point2f centre, float radius, int margin, cv::Size image);
 cv::Rect BorderWindow(Border border, cv::Point2f centre, float radius, cv::Size image);
 // What a rejected diameter on the axis that crosses the border gives: the previous coordinate,
-// or the centre one radius in from the disc's edge that faces away from the border.
+// or the centre half a diameter in from the disc's edge that faces away from the border.
 enum class CutAxis { kKeepPrevious, kFromVisibleEdge };
 // Re-measures in the border window placed for `placeAt`; the result keeps `previous` on every
 // rejected axis except a cut one asked to come from its visible edge.
