@@ -51,8 +51,8 @@ struct Found {
 };
 
 Found RunMark(MarkSlot slot, const cv::Mat& plane, float radius, int debug = 0) {
-  std::vector<float> para = {static_cast<float>(plane.cols), static_cast<float>(plane.rows),
-                             radius, 0.0f, static_cast<float>(debug)};
+  std::vector<float> para = {static_cast<float>(plane.cols), static_cast<float>(plane.rows), radius,
+                             0.0f, static_cast<float>(debug)};
   float result[3] = {-1, -1, -1};
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
@@ -233,10 +233,12 @@ struct BranchCase {
 
 class MarkBranch : public ::testing::TestWithParam<BranchCase> {};
 
+constexpr char kGrouped[] = "All Found Circles In Edges by HoughCircles";
+
 TEST_P(MarkBranch, ShowsItsWindowsAndFindsTheMark) {
   const BranchCase c = GetParam();
-  const Found found = RunMark(
-      c.slot, DiscPlane(cv::Size(140, 120), c.centre, 20.0f, c.seed, c.hole), 20.0f, 1);
+  const Found found =
+      RunMark(c.slot, DiscPlane(cv::Size(140, 120), c.centre, 20.0f, c.seed, c.hole), 20.0f, 1);
   EXPECT_EQ(found.status, 0);
   EXPECT_LE(cv::norm(found.centre - c.centre), c.bound) << found.centre;
   EXPECT_TRUE(Contains(found.titles, c.shown));
@@ -247,21 +249,20 @@ TEST_P(MarkBranch, ShowsItsWindowsAndFindsTheMark) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, MarkBranch,
     ::testing::Values(
-        // Near the right border with an ordinary template score: re-tested in a border window.
-        BranchCase{cm::LocateCircleMark, {117.7f, 66.6f}, 21, 0, 1, "The new ROI", "ROI"},
+        // Near the right border, template score 0.94: the candidate is re-tested at the border.
+        BranchCase{cm::LocateCircleMark, {117.7f, 66.6f}, 21, 0, 1, "The new ROI", kGrouped},
         // Cut by 0.21 r with a Hough circle near the template estimate: re-tested from that
         // candidate, whose cut axis no window can correct. A template kept inside the plane
         // stops c r + 1 short of the centre and the candidate lies within r/10 of it, so the
-        // bound is (c + 0.1) r + 1 px.
-        BranchCase{cm::LocateCircleMark, {15.72f, 72.47f}, 97, 0, 0.31f * 20 + 1, "The new ROI",
-                   "All Found Circles In Edges by HoughCircles"},
+        // bound is (c + 0.1) r + 1 = 7.2 px (c = 0.21).
+        BranchCase{cm::LocateCircleMark, {15.72f, 72.47f}, 97, 0, 7.2f, "The new ROI", kGrouped},
         // Within 5 px of two borders: left to the template stage.
         BranchCase{cm::LocateCircleMark, {117.7f, 97.6f}, 1, 0, 1, "Original Image", "The new ROI"},
         // A convincing template match needs nothing after the region's Hough search.
         BranchCase{cm::LocateCircleMarkQuick, {60.3f, 60.4f}, 1, 0, 1, "tempHCRoi", "hCRoi"},
         // A ring correlates weakly: the closing circle of the region's circles (whole pixels).
-        BranchCase{cm::LocateCircleMarkQuick, {60, 60}, 1, 8, 1.5f, "--closing circle--",
-                   "guaCircle"},
+        BranchCase{
+            cm::LocateCircleMarkQuick, {60, 60}, 1, 8, 1.5f, "--closing circle--", "guaCircle"},
         // Cut by 60 % of r: the scored full-image search, good to 2 px on a partial arc.
         BranchCase{cm::LocateCircleMarkQuick, {132, 60}, 1, 0, 2, "hCRoi", "--closing circle--"}));
 
