@@ -1,11 +1,14 @@
-#include <climits>
-#include <cmath>
-#include <limits>
+#include "numeric/numeric.hpp"
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
 #include "common/para.hpp"
-#include "numeric/numeric.hpp"
 
 namespace {
 
@@ -45,83 +48,75 @@ TEST(InvertPlane, RefusesShortParaAndLeavesThePlaneAloneWhenSwitchedOffOrEmpty) 
   EXPECT_EQ(plane[0], 252);
 }
 
-// totalCount, offX, offY, scaleX, scaleY, unitX, unitY, adjustOff, countA, countB,
-// stepEnable, stepSize, stepEnable2, posX, posY
+// Each case is the whole input (totalCount, offX, offY, scaleX, scaleY, unitX, unitY,
+// adjustOff, countA, countB, stepEnable, stepSize, stepEnable2, posX, posY) and the status
+// and output it must give.
 struct StepCase {
-  float offsetX, stepSize;
-  int expectedStatus;
-  float newX, remainingX;
+  const char* why;
+  std::vector<float> in;
+  int status;              // kUnchecked: not checked
+  std::vector<float> out;  // new X, new Y, step flag, remaining X, remaining Y
 };
+constexpr int kUnchecked = 99;
+constexpr float kAny = std::numeric_limits<float>::infinity();  // an output not checked
 
 class StepPosition : public ::testing::TestWithParam<StepCase> {};
 
-TEST_P(StepPosition, StepsOrHalvesTheOffset) {
-  const StepCase c = GetParam();
-  const float in[15] = {0, c.offsetX, 0, 1, 1, 1, 1, 1, 0, 0, 1, c.stepSize, 1, 100.7f, 50};
-  float out[5] = {};
-  EXPECT_EQ(StepPositionToOffsets(in, 15, out, 5), c.expectedStatus);
-  EXPECT_EQ(out[0], c.newX);
-  EXPECT_EQ(out[1], 50.0f);
-  EXPECT_EQ(out[2], static_cast<float>(c.expectedStatus));
-  EXPECT_EQ(out[3], c.remainingX);
+TEST_P(StepPosition, StepsHalvesOrAdjustsTheOffset) {
+  const StepCase& c = GetParam();
+  std::vector<float> out(5, 0.0f);
+  const int status = StepPositionToOffsets(c.in.data(), 15, out.data(), 5);
+  EXPECT_TRUE(c.status == kUnchecked || status == c.status) << c.why << ": status " << status;
+  for (int i = 0; i < 5; ++i) {
+    if (c.out[i] == kAny) continue;
+    EXPECT_TRUE(std::isnan(c.out[i]) ? std::isnan(out[i]) : out[i] == c.out[i])
+        << c.why << ": out[" << i << "] = " << out[i] << ", expected " << c.out[i];
+  }
+}
+
+std::vector<float> Offset(float offsetX, float stepSize) {
+  return {0, offsetX, 0, 1, 1, 1, 1, 1, 0, 0, 1, stepSize, 1, 100.7f, 50};
+}
+std::vector<float> Covered(float offsetX, float offsetY, float stepEnable) {
+  return {100, offsetX, offsetY, 1, 1, 1, 1, 0, 50, 10, stepEnable, 5, 1, 100, 50};
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, StepPosition,
-    ::testing::Values(StepCase{12, 5, 1, 105, 7}, StepCase{4, 5, 1, 102, 2},
-                      StepCase{5, 5, 1, 102, 2.5f},       // S < d fails when S equals d
-                      StepCase{-12, 5, 1, 95, -7}, StepCase{-3, 5, 1, 98, -1.5f},
-                      StepCase{0, 5, 0, 100, 0},          // nothing to correct on either axis
-                      StepCase{12, 0, 0, 100, 12},        // stepping disabled
-                      StepCase{12, 65541, 1, 105, 7}));   // the step is a 16-bit value
+    ::testing::Values(
+        StepCase{"step", Offset(12, 5), 1, {105, 50, 1, 7, 0}},
+        StepCase{"halve", Offset(4, 5), 1, {102, 50, 1, 2, 0}},
+        StepCase{"S < d fails when S equals d", Offset(5, 5), 1, {102, 50, 1, 2.5f, 0}},
+        StepCase{"step back", Offset(-12, 5), 1, {95, 50, 1, -7, 0}},
+        StepCase{"halve back", Offset(-3, 5), 1, {98, 50, 1, -1.5f, 0}},
+        StepCase{"nothing to correct", Offset(0, 5), 0, {100, 50, 0, 0, 0}},
+        StepCase{"stepping disabled", Offset(12, 0), 0, {100, 50, 0, 12, 0}},
+        StepCase{"the step is a 16-bit value", Offset(12, 65541), 1, {105, 50, 1, 7, 0}},
+        StepCase{"a position at the end of the int range wraps",
+                 {0, -12, 0, 1, 1, 1, 1, 1, 0, 0, 1, 5, 1, -2147483648.0f, 0},
+                 1,
+                 {2147483643.0f, 0, 1, -7, 0}},
+        // 90 % coverage, X error 3 far below it: X takes the coverage offset and is not
+        // stepped; Y (1 pixel, within one step) is halved.
+        StepCase{"coverage freezes X", Covered(30, 1, 1), 1, {100, 50, 1, 900, 0.5f}},
+        StepCase{
+            "no adjustment reported without stepping", Covered(30, 1, 0), 0, {100, 50, 0, 30, 1}},
+        // Y dominates (|ex| = 0 is not above ey = 0.1): its sign comes from offsetY, 0/0 is NaN.
+        StepCase{"coverage moves Y", Covered(0, 1, 1), kUnchecked, {kAny, kAny, kAny, kAny, 900}},
+        StepCase{"a zero offset adjusts to NaN",
+                 Covered(0, 0, 1),
+                 kUnchecked,
+                 {kAny, kAny, kAny, kAny, NAN}}),
+    [](const ::testing::TestParamInfo<StepCase>& info) {
+      return "Case" + std::to_string(info.index);
+    });
 
 TEST(StepPosition, WritesThePassThroughValuesEvenWhenRefused) {
   const float in[15] = {0, 12.5f, -3, 1, 1, 1, 1, 1, 0, 0, 1, 5, 1, 100.7f, -50.9f};
   float out[5] = {9, 9, 9, 9, 9};
   EXPECT_EQ(StepPositionToOffsets(in, 14, out, 5), -1);
-  EXPECT_EQ(out[0], 100.0f);
-  EXPECT_EQ(out[1], -50.0f);
-  EXPECT_EQ(out[2], 0.0f);
-  EXPECT_EQ(out[3], 12.5f);
-  EXPECT_EQ(out[4], -3.0f);
+  EXPECT_EQ(std::vector<float>(out, out + 5), (std::vector<float>{100, -50, 0, 12.5f, -3}));
   EXPECT_EQ(StepPositionToOffsets(in, 15, out, 4), -1);
-}
-
-TEST(StepPosition, APositionAtTheEndOfTheIntRangeWrapsInsteadOfOverflowing) {
-  const float in[15] = {0, -12, 0, 1, 1, 1, 1, 1, 0, 0, 1, 5, 1, -2147483648.0f, 0};
-  float out[5] = {};
-  EXPECT_EQ(StepPositionToOffsets(in, 15, out, 5), 1);
-  EXPECT_EQ(out[0], static_cast<float>(2147483643));
-}
-
-TEST(StepPosition, CoverageAdjustmentFreezesTheDominantAxisAndReportsItsNewOffset) {
-  // 90 % coverage, X error 3 far below it: X takes the coverage offset and is not stepped;
-  // Y (1 pixel, within one step) is halved.
-  const float in[15] = {100, 30, 1, 1, 1, 1, 1, 0, 50, 10, 1, 5, 1, 100, 50};
-  float out[5] = {};
-  EXPECT_EQ(StepPositionToOffsets(in, 15, out, 5), 1);
-  EXPECT_EQ(out[0], 100.0f);
-  EXPECT_EQ(out[3], 900.0f);
-  EXPECT_EQ(out[1], 50.0f);
-  EXPECT_EQ(out[4], 0.5f);
-}
-
-TEST(StepPosition, AnAdjustmentIsNotReportedWhenSteppingIsOff) {
-  const float in[15] = {100, 30, 1, 1, 1, 1, 1, 0, 50, 10, 0, 5, 1, 100, 50};
-  float out[5] = {};
-  EXPECT_EQ(StepPositionToOffsets(in, 15, out, 5), 0);
-  EXPECT_EQ(out[3], 30.0f);
-}
-
-TEST(StepPosition, AdjustingAZeroOffsetGivesNaN) {
-  // Y dominates (|ex| = 0 is not above ey = 0.1) but offsetY is 0: sign 0/0 is NaN.
-  const float in[15] = {100, 0, 1, 1, 1, 1, 1, 0, 50, 10, 1, 5, 1, 100, 50};
-  float out[5] = {};
-  StepPositionToOffsets(in, 15, out, 5);
-  EXPECT_EQ(out[4], 900.0f);  // offsetY = 1: sign +1
-  const float zeroY[15] = {100, 0, 0, 1, 1, 1, 1, 0, 50, 10, 1, 5, 1, 100, 50};
-  StepPositionToOffsets(zeroY, 15, out, 5);
-  EXPECT_TRUE(std::isnan(out[4]));
 }
 
 struct InterpolationCase {
@@ -144,8 +139,7 @@ TEST_P(Interpolation, MovesByTheClampedFraction) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, Interpolation,
                          ::testing::Values(InterpolationCase{0, 20}, InterpolationCase{5, 11},
-                                           InterpolationCase{50, 15},
-                                           InterpolationCase{-40, 11},
+                                           InterpolationCase{50, 15}, InterpolationCase{-40, 11},
                                            InterpolationCase{200, 30}));
 
 TEST(Interpolation, OtherModesAndTinyWeightsWriteNothingBeyondTheFlag) {
