@@ -95,39 +95,78 @@ TEST(FillBlackHoles, NearBlackReferenceSpansTheBlackAreaItself) {
   EXPECT_EQ(img.At(29, 29), kBlack);  // last row and column of the box
 }
 
-// The painting against a per-pixel loop over the box, on dark noisy planes of widths that
-// leave partial blocks of sixteen, and with one plane passed twice.
-TEST(FillBlackHoles, BlockPaintingGivesThePerPixelResult) {
-  for (int width : {5, 16, 37, 203}) {
-    for (bool shared : {false, true}) {
-      cv::Mat r(23, width, CV_8UC1), g(23, width, CV_8UC1), b(23, width, CV_8UC1);
-      for (cv::Mat* plane : {&r, &g, &b}) cv::randu(*plane, 0, 9);
-      r.at<unsigned char>(0, 0) = 100, g.at<unsigned char>(0, 0) = 150;
-      b.at<unsigned char>(0, 0) = 200;
-      r.at<unsigned char>(22, width - 1) = 100, g.at<unsigned char>(22, width - 1) = 150;
-      b.at<unsigned char>(22, width - 1) = 200;
-      cv::Mat& second = shared ? r : g;
-      const unsigned char colour[3] = {100, 150, 200};
-      const FillBox box = FindReferenceBox(r, second, b, colour);
-      cv::Mat er = r.clone(), eg = second.clone(), eb = b.clone();
-      cv::Mat& expectedSecond = shared ? er : eg;
-      for (int y = box.rowStart; y < box.rowEnd; ++y) {
-        for (int x = box.colStart; x < box.colEnd; ++x) {
-          if (er.at<unsigned char>(y, x) > 5 || expectedSecond.at<unsigned char>(y, x) > 5 ||
-              eb.at<unsigned char>(y, x) > 5)
-            continue;
-          er.at<unsigned char>(y, x) = 100;
-          expectedSecond.at<unsigned char>(y, x) = 150;
-          eb.at<unsigned char>(y, x) = 200;
-        }
-      }
-      FillBlackHolesInPlace(r, second, b, FillBlackHolesParams{width, 23, 100, 150, 200, 0});
-      EXPECT_EQ(cv::countNonZero(r != er), 0) << width << shared;
-      EXPECT_EQ(cv::countNonZero(second != expectedSecond), 0) << width << shared;
-      EXPECT_EQ(cv::countNonZero(b != eb), 0) << width << shared;
+// Dark noisy planes of widths that leave partial blocks of sixteen, with the reference colour
+// at two corners so that the box covers nearly all of them.
+struct NoisyPlanes {
+  cv::Mat r, g, b;
+  explicit NoisyPlanes(int width, int height = 23) {
+    cv::RNG rng(width);
+    for (cv::Mat* plane : {&r, &g, &b}) {
+      plane->create(height, width, CV_8UC1);
+      rng.fill(*plane, cv::RNG::UNIFORM, 0, 9);
+    }
+    for (const cv::Point& p : {cv::Point(0, 0), cv::Point(width - 1, height - 1)}) {
+      r.at<unsigned char>(p) = 100, g.at<unsigned char>(p) = 150, b.at<unsigned char>(p) = 200;
+    }
+  }
+};
+
+// The per-pixel painting of the box found by the scan; `second` is G or R passed twice.
+void PaintPixelByPixel(cv::Mat& r, cv::Mat& second, cv::Mat& b) {
+  const unsigned char colour[3] = {100, 150, 200};
+  const FillBox box = FindReferenceBox(r, second, b, colour);
+  for (int y = box.rowStart; y < box.rowEnd; ++y) {
+    for (int x = box.colStart; x < box.colEnd; ++x) {
+      if (r.at<unsigned char>(y, x) > 5 || second.at<unsigned char>(y, x) > 5 ||
+          b.at<unsigned char>(y, x) > 5)
+        continue;
+      r.at<unsigned char>(y, x) = 100, second.at<unsigned char>(y, x) = 150;
+      b.at<unsigned char>(y, x) = 200;
     }
   }
 }
+
+bool Same(const cv::Mat& a, const cv::Mat& b) { return cv::countNonZero(a != b) == 0; }
+
+class FillBlackHolesWidth : public ::testing::TestWithParam<int> {};
+
+// The block painting of the parallel routine, with distinct planes and with one plane passed
+// twice, against the per-pixel loop.
+TEST_P(FillBlackHolesWidth, BlockPaintingGivesThePerPixelResult) {
+  for (bool shared : {false, true}) {
+    NoisyPlanes planes(GetParam());
+    cv::Mat& second = shared ? planes.r : planes.g;
+    cv::Mat er = planes.r.clone(), eg = second.clone(), eb = planes.b.clone();
+    PaintPixelByPixel(er, shared ? er : eg, eb);
+    FillBlackHolesInPlace(planes.r, second, planes.b,
+                          FillBlackHolesParams{GetParam(), 23, 100, 150, 200, 0});
+    EXPECT_TRUE(Same(planes.r, er) && Same(second, shared ? er : eg) && Same(planes.b, eb))
+        << shared;
+  }
+}
+
+// Through the adapter: with six separate planes painting and copying run as one pass, which
+// must give what painting in place and then copying gives; with an output that is also an
+// input the two steps run in turn.
+TEST_P(FillBlackHolesWidth, FusedCopyGivesThePaintedPlanesInBothPlaces) {
+  const int w = GetParam();
+  NoisyPlanes planes(w);
+  cv::Mat er = planes.r.clone(), eg = planes.g.clone(), eb = planes.b.clone();
+  PaintPixelByPixel(er, eg, eb);
+  float para[6] = {float(w), 23, 100, 150, 200, 0};
+  cv::Mat o5(23, w, CV_8UC1), o6(23, w, CV_8UC1), o7(23, w, CV_8UC1);
+  ASSERT_EQ(FillBlackHoles(planes.r.data, planes.g.data, planes.b.data, para, o5.data, o6.data,
+                           o7.data),
+            0);
+  EXPECT_TRUE(Same(planes.r, er) && Same(planes.g, eg) && Same(planes.b, eb));
+  EXPECT_TRUE(Same(o5, er) && Same(o6, eg) && Same(o7, eb));
+
+  NoisyPlanes again(w);
+  FillBlackHoles(again.r.data, again.g.data, again.b.data, para, again.g.data, o6.data, o7.data);
+  EXPECT_TRUE(Same(again.g, er) && Same(o6, er) && Same(again.b, eb) && Same(o7, eb));
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, FillBlackHolesWidth, ::testing::Values(5, 16, 37, 203));
 
 class ParallelRoutineKinds : public ::testing::TestWithParam<int> {};
 

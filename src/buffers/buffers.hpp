@@ -45,6 +45,16 @@ FillBox FindReferenceBox(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
 // Scan plus parallel painting, in place on the three 8-bit planes.
 void FillBlackHolesInPlace(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
                            const FillBlackHolesParams& params);
+// The three planes (R, G, B) painted in place and the three planes they are copied to.
+struct FillPlanes {
+  cv::Mat in[3];
+  cv::Mat out[3];
+};
+// True when no two of the six planes share a byte: then painting and copying may be fused.
+bool PlanesLieApart(const FillPlanes& planes);
+// FillBlackHolesInPlace followed by the copy of each plane to its output, in one parallel pass
+// over the rows. The planes must lie apart.
+void FillBlackHolesAndCopy(const FillPlanes& planes, const FillBlackHolesParams& params);
 
 // dst[i] = low byte of trunc(src[i] * gains[i] + offsets[i]), in single precision.
 void ApplyGainOffsetLiteral(const unsigned char* src, const float* offsets, const float* gains,

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <emmintrin.h>
+
 #include "buffers/buffers.hpp"
 
 namespace imgtarn::buffers {
@@ -13,20 +15,37 @@ constexpr std::int64_t kDenseSlack = 1024;
 // Up to this many counters, four interleaved tables are counted and summed: runs of equal
 // values (a flat image area) then update four counters in turn instead of stalling on one.
 constexpr std::int64_t kSplitCountersUpTo = 1 << 16;
+// How far ahead of a permutation store its line is fetched for writing: two cache lines
+// measured best for 256 grey levels (one line: 10 % slower).
+constexpr std::uintptr_t kPrefetchAheadBytes = 128;
 
 struct ValueRange {
   int low, high;
   std::int64_t Size() const { return static_cast<std::int64_t>(high) - low + 1; }
 };
 
-// The least and greatest value. Branch-free so the loop vectorises.
+// The least and greatest value, four lanes a step. SSE2 has no 32-bit minimum or maximum, so
+// they are formed from a comparison and a blend.
 ValueRange FindRange(const int* values, int n) {
-  int low = values[0], high = values[0];
-  for (int i = 0; i < n; ++i) {
-    low = std::min(low, values[i]);
-    high = std::max(high, values[i]);
+  const auto select = [](__m128i take, __m128i a, __m128i b) {  // take ? a : b
+    return _mm_or_si128(_mm_and_si128(take, a), _mm_andnot_si128(take, b));
+  };
+  __m128i low = _mm_set1_epi32(values[0]), high = low;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(values + i));
+    low = select(_mm_cmplt_epi32(v, low), v, low);
+    high = select(_mm_cmpgt_epi32(v, high), v, high);
   }
-  return {low, high};
+  alignas(16) int lows[4], highs[4];
+  _mm_store_si128(reinterpret_cast<__m128i*>(lows), low);
+  _mm_store_si128(reinterpret_cast<__m128i*>(highs), high);
+  ValueRange range{*std::min_element(lows, lows + 4), *std::max_element(highs, highs + 4)};
+  for (; i < n; ++i) {
+    range.low = std::min(range.low, values[i]);
+    range.high = std::max(range.high, values[i]);
+  }
+  return range;
 }
 
 // The counter of a value: v - low in unsigned arithmetic, which cannot overflow.
@@ -96,7 +115,18 @@ void ScatterPermutation(const int* values, int n, int low, bool everyValueDelive
   const auto base = static_cast<unsigned>(low);
   int* slots = next.data();
   if (everyValueDelivered) {
-    for (int i = 0; i < n; ++i) permutation[slots[Slot(values[i], base)]++] = i;
+    for (int i = 0; i < n; ++i) {
+      const int position = slots[Slot(values[i], base)]++;
+      // Each value writes its own stream; with hundreds of streams no hardware prefetcher
+      // follows them, so each store asks for the line a few stores ahead in its stream.
+      // (The address is formed as an integer: it may lie past the end, where prefetching is
+      // harmless.)
+      __builtin_prefetch(
+          reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(permutation + position) +
+                                        kPrefetchAheadBytes),
+          1);
+      permutation[position] = i;
+    }
     return;
   }
   for (int i = 0; i < n; ++i) {

@@ -1,5 +1,5 @@
 // Black-hole filling (slot 29): a sampled scan for the reference-colour area, then a parallel
-// pass that paints the black pixels inside it.
+// pass that paints the black pixels inside it, and the copy of the planes to the outputs.
 #include <algorithm>
 #include <cstring>
 
@@ -85,13 +85,17 @@ int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* 
   const FillBlackHolesParams params = FillBlackHolesParams::FromPara(para);
   // A size of 0 or below is an empty image: nothing to paint and nothing to copy.
   if (params.width <= 0 || params.height <= 0) return 0;
-  const cv::Mat planeR = WrapPlane(r, params.width, params.height);
-  const cv::Mat planeG = WrapPlane(g, params.width, params.height);
-  const cv::Mat planeB = WrapPlane(b, params.width, params.height);
-  FillBlackHolesInPlace(planeR, planeG, planeB, params);
-
-  const std::size_t bytes = planeR.total();
-  std::memmove(a5, r, bytes);  // memmove: the host may pass the same plane twice
+  const int w = params.width, h = params.height;
+  const FillPlanes planes{{WrapPlane(r, w, h), WrapPlane(g, w, h), WrapPlane(b, w, h)},
+                          {WrapPlane(a5, w, h), WrapPlane(a6, w, h), WrapPlane(a7, w, h)}};
+  if (PlanesLieApart(planes)) {
+    FillBlackHolesAndCopy(planes, params);  // one pass instead of four
+    return 0;
+  }
+  // The host may pass one plane twice: paint first, then copy plane by plane, in that order.
+  FillBlackHolesInPlace(planes.in[0], planes.in[1], planes.in[2], params);
+  const std::size_t bytes = planes.in[0].total();
+  std::memmove(a5, r, bytes);  // memmove: an output may be an input too
   std::memmove(a6, g, bytes);
   std::memmove(a7, b, bytes);
   return 0;

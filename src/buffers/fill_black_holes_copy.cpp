@@ -1,0 +1,121 @@
+// Black-hole painting and the copy to the output planes in one parallel pass: every row of the
+// three planes is read once, painted inside the box and written to its output plane, instead
+// of a painting pass over the box followed by three whole-plane copies.
+#include <algorithm>
+#include <cstring>
+
+#include <emmintrin.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+
+#include "buffers/buffers.hpp"
+
+namespace imgtarn::buffers {
+namespace {
+
+constexpr int kBlackLimit = 5;  // a channel at or below this counts as black
+
+struct Span {
+  const unsigned char* begin;
+  const unsigned char* end;
+};
+
+bool Apart(const Span& a, const Span& b) { return a.end <= b.begin || b.end <= a.begin; }
+
+class FillAndCopyBody : public cv::ParallelLoopBody {
+ public:
+  FillAndCopyBody(const FillPlanes& planes, const FillBox& box, const unsigned char colour[3])
+      : p_(planes), box_(box), colour_{colour[0], colour[1], colour[2]} {}
+
+  void operator()(const cv::Range& rows) const override {
+    const int w = p_.in[0].cols;
+    for (int y = rows.start; y < rows.end; ++y) {
+      unsigned char* in[3];
+      unsigned char* out[3];
+      for (int c = 0; c < 3; ++c) {
+        in[c] = p_.in[c].data + p_.in[c].step[0] * y;
+        out[c] = p_.out[c].data + p_.out[c].step[0] * y;
+      }
+      const bool boxRow = y >= box_.rowStart && y < box_.rowEnd && box_.colStart < box_.colEnd;
+      const int paintFrom = boxRow ? box_.colStart : w;
+      const int paintTo = boxRow ? box_.colEnd : w;
+      for (int c = 0; c < 3; ++c) {
+        std::memcpy(out[c], in[c], static_cast<std::size_t>(paintFrom));
+        std::memcpy(out[c] + paintTo, in[c] + paintTo, static_cast<std::size_t>(w - paintTo));
+      }
+      if (boxRow) PaintAndCopy(in, out, paintFrom, paintTo);
+    }
+  }
+
+ private:
+  // Columns [from, to) of one row: black pixels are painted in the input planes, and every
+  // pixel goes to the output planes as it stands after painting.
+  void PaintAndCopy(unsigned char* const in[3], unsigned char* const out[3], int from,
+                    int to) const {
+    const __m128i limit = _mm_set1_epi8(static_cast<char>(kBlackLimit));
+    const auto atMost = [&](__m128i v) { return _mm_cmpeq_epi8(_mm_min_epu8(v, limit), v); };
+    const auto load = [](const unsigned char* p) {
+      return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    };
+    const auto store = [](unsigned char* p, __m128i v) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+    };
+    const __m128i fill[3] = {_mm_set1_epi8(static_cast<char>(colour_[0])),
+                             _mm_set1_epi8(static_cast<char>(colour_[1])),
+                             _mm_set1_epi8(static_cast<char>(colour_[2]))};
+    int x = from;
+    for (; x + 16 <= to; x += 16) {
+      __m128i v[3] = {load(in[0] + x), load(in[1] + x), load(in[2] + x)};
+      const __m128i black = _mm_and_si128(_mm_and_si128(atMost(v[0]), atMost(v[1])), atMost(v[2]));
+      const bool anyBlack = _mm_movemask_epi8(black) != 0;  // most blocks hold none
+      for (int c = 0; c < 3; ++c) {
+        if (anyBlack) {
+          v[c] = _mm_or_si128(_mm_and_si128(black, fill[c]), _mm_andnot_si128(black, v[c]));
+          store(in[c] + x, v[c]);
+        }
+        store(out[c] + x, v[c]);
+      }
+    }
+    for (; x < to; ++x) {
+      if (in[0][x] <= kBlackLimit && in[1][x] <= kBlackLimit && in[2][x] <= kBlackLimit) {
+        for (int c = 0; c < 3; ++c) in[c][x] = colour_[c];
+      }
+      for (int c = 0; c < 3; ++c) out[c][x] = in[c][x];
+    }
+  }
+
+  const FillPlanes& p_;
+  FillBox box_;
+  unsigned char colour_[3];
+};
+
+}  // namespace
+
+bool PlanesLieApart(const FillPlanes& planes) {
+  Span spans[6];
+  for (int c = 0; c < 3; ++c) {
+    spans[c] = {planes.in[c].datastart, planes.in[c].dataend};
+    spans[3 + c] = {planes.out[c].datastart, planes.out[c].dataend};
+  }
+  for (int i = 0; i < 6; ++i)
+    for (int j = i + 1; j < 6; ++j)
+      if (!Apart(spans[i], spans[j])) return false;
+  return true;
+}
+
+void FillBlackHolesAndCopy(const FillPlanes& planes, const FillBlackHolesParams& params) {
+  const unsigned char colour[3] = {params.refR, params.refG, params.refB};
+  FillBox box = FindReferenceBox(planes.in[0], planes.in[1], planes.in[2], colour);
+  // A process-wide setting that stays in force after the call; 0 leaves the host's choice.
+  if (params.threads != 0) cv::setNumThreads(params.threads);
+  const int rows = planes.in[0].rows, cols = planes.in[0].cols;
+  box.rowStart = std::max(box.rowStart, 0);
+  box.rowEnd = std::min(box.rowEnd, rows);
+  box.colStart = std::max(box.colStart, 0);
+  box.colEnd = std::min(box.colEnd, cols);
+  const FillAndCopyBody body(planes, box, colour);
+  cv::parallel_for_(cv::Range(0, rows), body, -1);
+}
+
+}  // namespace imgtarn::buffers
