@@ -58,9 +58,8 @@ void CannyWithThresholds(cv::InputArray src, cv::OutputArray dst, CannyThreshold
 // The reference versions of the two above.
 void MyCannyLiteral(cv::InputArray src, cv::OutputArray dst, bool l2gradient,
                     CannyTrace* trace = nullptr, StackUse* stack = nullptr);
-void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst,
-                                CannyThresholds thresholds, CannyTrace* trace = nullptr,
-                                StackUse* stack = nullptr);
+void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,
+                                CannyTrace* trace = nullptr, StackUse* stack = nullptr);
 
 }  // namespace imgtarn::edges
 

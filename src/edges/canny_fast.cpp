@@ -54,8 +54,7 @@ void SuppressPortable(const canny_rows::WordRows& rows, canny_rows::WordThreshol
 
 Kernels ChooseKernels(CannyKernels choice) {
   if (choice == CannyKernels::kBest && canny_rows::CpuHasAvx2()) {
-    return {canny_rows::PackGradientsAvx2, canny_rows::SuppressAvx2,
-            canny_rows::WriteEdgesAvx2};
+    return {canny_rows::PackGradientsAvx2, canny_rows::SuppressAvx2, canny_rows::WriteEdgesAvx2};
   }
   return {PackPortable, SuppressPortable, canny_rows::WriteEdgesPortable};
 }
@@ -165,8 +164,12 @@ class SourceWindow {
     const unsigned char* here = image_.ptr<unsigned char>(row);
     const bool readAbove = row > 0 || rowAbove_;
     const bool readBelow = row + 1 < image_.rows || rowBelow_;
-    return {readAbove ? here - step : here, here, readBelow ? here + step : here, image_.cols,
-            readableFirst_, readableLast_};
+    return {readAbove ? here - step : here,
+            here,
+            readBelow ? here + step : here,
+            image_.cols,
+            readableFirst_,
+            readableLast_};
   }
 
  private:
@@ -220,8 +223,8 @@ unsigned CandidateNeighbours(const unsigned char* cell, std::ptrdiff_t step, boo
   if (readAbove) std::memcpy(&above, cell - step - 1, sizeof above);
   std::memcpy(&here, cell - 1, sizeof here);
   if (readBelow) std::memcpy(&below, cell + step - 1, sizeof below);
-  const __m128i cells = _mm_set_epi32(0, static_cast<int>(below), static_cast<int>(here),
-                                      static_cast<int>(above));
+  const __m128i cells =
+      _mm_set_epi32(0, static_cast<int>(below), static_cast<int>(here), static_cast<int>(above));
   const int zero = _mm_movemask_epi8(_mm_cmpeq_epi8(cells, _mm_setzero_si128()));
   return static_cast<unsigned>(zero) & kAllNeighbours;
 }
@@ -285,8 +288,8 @@ void SuppressAndTraceStripe(const Stripes& stripes, int stripe, const Kernels& k
 }
 
 // Pass 2 for the whole image.
-void SuppressAndTrace(const Stripes& stripes, const Kernels& kernels,
-                      CannyThresholds thresholds, Workspace& space) {
+void SuppressAndTrace(const Stripes& stripes, const Kernels& kernels, CannyThresholds thresholds,
+                      Workspace& space) {
   const canny_rows::WordThresholds words =
       canny_rows::ToWordThresholds(thresholds.low, thresholds.high);
   std::vector<MapOffsets> borders(static_cast<std::size_t>(stripes.Count()));

@@ -58,7 +58,8 @@ void PackGradientsPortable(const SourceRows& rows, int from, int to, std::int16_
     const int left = std::max(col - 1, rows.readableFirst);
     const int right = std::min(col + 1, rows.readableLast);
     const int gx = (rows.above[right] - rows.above[left]) +
-                   2 * (rows.here[right] - rows.here[left]) + (rows.below[right] - rows.below[left]);
+                   2 * (rows.here[right] - rows.here[left]) +
+                   (rows.below[right] - rows.below[left]);
     const int gy = (rows.below[left] + 2 * rows.below[col] + rows.below[right]) -
                    (rows.above[left] + 2 * rows.above[col] + rows.above[right]);
     const int magnitude = std::abs(gx) + std::abs(gy);
@@ -66,8 +67,8 @@ void PackGradientsPortable(const SourceRows& rows, int from, int to, std::int16_
   }
 }
 
-void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds,
-                      MapRow map, MapOffsets& strong) {
+void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds, MapRow map,
+                      MapOffsets& strong) {
   for (int col = from; col < to; ++col) {
     const int word = rows.here[col];
     if (word <= thresholds.lowWord || !IsDirectionalMaximum(rows, col)) {

@@ -15,8 +15,8 @@ namespace imgtarn::edges::canny_rows {
 // packing lets neighbours be compared on their words: with m the magnitude of word w and n
 // that of word v, m > n exactly when (w & ~3) > v and m >= n exactly when (w | 3) >= v.
 enum Direction : int {
-  kHorizontal = 0,     // compare left and right
-  kVertical = 1,       // compare above and below
+  kHorizontal = 0,      // compare left and right
+  kVertical = 1,        // compare above and below
   kDiagonalUpLeft = 2,  // dx and dy share a sign: compare above-left and below-right
   kDiagonalUpRight = 3  // opposite signs: compare above-right and below-left
 };
@@ -69,10 +69,9 @@ void PackGradientsAvx2(const SourceRows& rows, std::int16_t* words);
 
 // Map cells of columns [from, to) of a row; every strong survivor (m > high) is marked an
 // edge and its map offset appended to `strong`.
-void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds,
-                      MapRow map, MapOffsets& strong);
-void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, MapRow map,
-                  MapOffsets& strong);
+void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds, MapRow map,
+                      MapOffsets& strong);
+void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, MapRow map, MapOffsets& strong);
 
 // 255 where the map holds an edge, 0 elsewhere, for `cols` cells; returns the edge count.
 long long WriteEdgesPortable(const unsigned char* cells, int cols, unsigned char* out);

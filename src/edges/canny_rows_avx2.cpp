@@ -40,9 +40,9 @@ IMGTARN_AVX2 inline __m256i GradientWords(const SourceRows& rows, int col) {
   const __m256i b1 = LoadBytes(rows.below + col);
   const __m256i b2 = LoadBytes(rows.below + col + 1);
   const __m256i hDiff = _mm256_sub_epi16(h2, h0);
-  const __m256i gx = _mm256_add_epi16(
-      _mm256_add_epi16(_mm256_sub_epi16(a2, a0), _mm256_sub_epi16(b2, b0)),
-      _mm256_add_epi16(hDiff, hDiff));
+  const __m256i gx =
+      _mm256_add_epi16(_mm256_add_epi16(_mm256_sub_epi16(a2, a0), _mm256_sub_epi16(b2, b0)),
+                       _mm256_add_epi16(hDiff, hDiff));
   const __m256i below = _mm256_add_epi16(_mm256_add_epi16(b0, b2), _mm256_add_epi16(b1, b1));
   const __m256i above = _mm256_add_epi16(_mm256_add_epi16(a0, a2), _mm256_add_epi16(a1, a1));
   const __m256i gy = _mm256_sub_epi16(below, above);
@@ -52,10 +52,10 @@ IMGTARN_AVX2 inline __m256i GradientWords(const SourceRows& rows, int col) {
   const __m256i notHorizontal = _mm256_cmpgt_epi16(ay, t);
   const __m256i vertical = _mm256_cmpgt_epi16(ay, _mm256_add_epi16(_mm256_add_epi16(ax, ax), t));
   // 2 when gx and gy share a sign, 3 otherwise; 1 where vertical; 0 where horizontal.
-  const __m256i diagonal = _mm256_add_epi16(_mm256_srli_epi16(_mm256_xor_si256(gx, gy), 15),
-                                            _mm256_set1_epi16(2));
-  const __m256i direction = _mm256_and_si256(
-      notHorizontal, _mm256_blendv_epi8(diagonal, _mm256_set1_epi16(1), vertical));
+  const __m256i diagonal =
+      _mm256_add_epi16(_mm256_srli_epi16(_mm256_xor_si256(gx, gy), 15), _mm256_set1_epi16(2));
+  const __m256i direction =
+      _mm256_and_si256(notHorizontal, _mm256_blendv_epi8(diagonal, _mm256_set1_epi16(1), vertical));
   const __m256i magnitude = _mm256_add_epi16(ax, ay);
   return _mm256_or_si256(_mm256_slli_epi16(magnitude, 2), direction);
 }
@@ -82,9 +82,8 @@ IMGTARN_AVX2 inline __m256i SuppressionValues(const WordRows& rows, int col, __m
   // Spread direction bit 0 and bit 1 over their whole lane to select among the four tests.
   const __m256i bit0 = _mm256_srai_epi16(_mm256_slli_epi16(word, 15), 15);
   const __m256i bit1 = _mm256_srai_epi16(_mm256_slli_epi16(word, 14), 15);
-  const __m256i maximum =
-      _mm256_blendv_epi8(_mm256_blendv_epi8(horizontal, vertical, bit0),
-                         _mm256_blendv_epi8(upLeft, upRight, bit0), bit1);
+  const __m256i maximum = _mm256_blendv_epi8(_mm256_blendv_epi8(horizontal, vertical, bit0),
+                                             _mm256_blendv_epi8(upLeft, upRight, bit0), bit1);
   const __m256i survivor = _mm256_and_si256(maximum, _mm256_cmpgt_epi16(word, lowWord));
   const __m256i strong = _mm256_and_si256(survivor, _mm256_cmpgt_epi16(word, highWord));
   // 1 - survivor + 2 * strong with masks of -1: 1 elsewhere, 0 for candidates, 2 for edges.
@@ -114,8 +113,7 @@ IMGTARN_AVX2 void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, 
     const __m256i first = SuppressionValues(rows, col, lowWord, highWord);
     const __m256i second = SuppressionValues(rows, col + 16, lowWord, highWord);
     // The pack interleaves 128-bit halves; the permutation puts the columns back in order.
-    const __m256i cells =
-        _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
+    const __m256i cells = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(map.cells + col), cells);
     unsigned bits = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(cells, edge)));
     while (bits != 0) {
@@ -131,8 +129,8 @@ IMGTARN_AVX2 long long WriteEdgesAvx2(const unsigned char* cells, int cols, unsi
   const __m256i edge = _mm256_set1_epi8(static_cast<char>(kEdge));
   int col = 0;
   for (; col + 32 <= cols; col += 32) {
-    const __m256i marks = _mm256_cmpeq_epi8(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(cells + col)), edge);
+    const __m256i marks =
+        _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(cells + col)), edge);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + col), marks);
     count += __builtin_popcount(static_cast<unsigned>(_mm256_movemask_epi8(marks)));
   }
