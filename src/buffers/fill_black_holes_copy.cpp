@@ -1,7 +1,9 @@
 // Black-hole painting and the copy to the output planes in one parallel pass: every row of the
-// three planes is read once, painted inside the box and written to its output plane, instead
-// of a painting pass over the box followed by three whole-plane copies.
+// three planes is read once from memory, painted inside the box and copied to its output plane
+// while it is still in the cache, instead of a painting pass over the box followed by three
+// whole-plane copies.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include <emmintrin.h>
@@ -32,57 +34,56 @@ class FillAndCopyBody : public cv::ParallelLoopBody {
     const int w = p_.in[0].cols;
     for (int y = rows.start; y < rows.end; ++y) {
       unsigned char* in[3];
-      unsigned char* out[3];
-      for (int c = 0; c < 3; ++c) {
-        in[c] = p_.in[c].data + p_.in[c].step[0] * y;
-        out[c] = p_.out[c].data + p_.out[c].step[0] * y;
-      }
-      const bool boxRow = y >= box_.rowStart && y < box_.rowEnd && box_.colStart < box_.colEnd;
-      const int paintFrom = boxRow ? box_.colStart : w;
-      const int paintTo = boxRow ? box_.colEnd : w;
-      for (int c = 0; c < 3; ++c) {
-        std::memcpy(out[c], in[c], static_cast<std::size_t>(paintFrom));
-        std::memcpy(out[c] + paintTo, in[c] + paintTo, static_cast<std::size_t>(w - paintTo));
-      }
-      if (boxRow) PaintAndCopy(in, out, paintFrom, paintTo);
+      for (int c = 0; c < 3; ++c) in[c] = p_.in[c].data + p_.in[c].step[0] * y;
+      if (y >= box_.rowStart && y < box_.rowEnd && box_.colStart < box_.colEnd)
+        PaintRow(in, box_.colStart, box_.colEnd);
+      // The row was just read, so the copies come from the first-level cache.
+      for (int c = 0; c < 3; ++c) StreamRow(in[c], p_.out[c].data + p_.out[c].step[0] * y, w);
     }
+    // Streaming stores are weakly ordered: they must be visible before the loop's end is.
+    _mm_sfence();
   }
 
  private:
-  // Columns [from, to) of one row: black pixels are painted in the input planes, and every
-  // pixel goes to the output planes as it stands after painting.
-  void PaintAndCopy(unsigned char* const in[3], unsigned char* const out[3], int from,
-                    int to) const {
+  // Paints the black pixels of columns [from, to) of one row in the input planes.
+  void PaintRow(unsigned char* const in[3], int from, int to) const {
     const __m128i limit = _mm_set1_epi8(static_cast<char>(kBlackLimit));
     const auto atMost = [&](__m128i v) { return _mm_cmpeq_epi8(_mm_min_epu8(v, limit), v); };
     const auto load = [](const unsigned char* p) {
       return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     };
-    const auto store = [](unsigned char* p, __m128i v) {
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-    };
-    const __m128i fill[3] = {_mm_set1_epi8(static_cast<char>(colour_[0])),
-                             _mm_set1_epi8(static_cast<char>(colour_[1])),
-                             _mm_set1_epi8(static_cast<char>(colour_[2]))};
     int x = from;
     for (; x + 16 <= to; x += 16) {
-      __m128i v[3] = {load(in[0] + x), load(in[1] + x), load(in[2] + x)};
+      const __m128i v[3] = {load(in[0] + x), load(in[1] + x), load(in[2] + x)};
       const __m128i black = _mm_and_si128(_mm_and_si128(atMost(v[0]), atMost(v[1])), atMost(v[2]));
-      const bool anyBlack = _mm_movemask_epi8(black) != 0;  // most blocks hold none
+      if (_mm_movemask_epi8(black) == 0) continue;  // most blocks hold no black pixel
       for (int c = 0; c < 3; ++c) {
-        if (anyBlack) {
-          v[c] = _mm_or_si128(_mm_and_si128(black, fill[c]), _mm_andnot_si128(black, v[c]));
-          store(in[c] + x, v[c]);
-        }
-        store(out[c] + x, v[c]);
+        const __m128i fill = _mm_set1_epi8(static_cast<char>(colour_[c]));
+        const __m128i painted =
+            _mm_or_si128(_mm_and_si128(black, fill), _mm_andnot_si128(black, v[c]));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(in[c] + x), painted);
       }
     }
     for (; x < to; ++x) {
       if (in[0][x] <= kBlackLimit && in[1][x] <= kBlackLimit && in[2][x] <= kBlackLimit) {
         for (int c = 0; c < 3; ++c) in[c][x] = colour_[c];
       }
-      for (int c = 0; c < 3; ++c) out[c][x] = in[c][x];
     }
+  }
+
+  // Copies a row with streaming stores: the output planes are not read here again, and
+  // streaming stores skip reading each output line before writing it.
+  static void StreamRow(const unsigned char* from, unsigned char* to, int count) {
+    int x = 0;
+    while (x < count && reinterpret_cast<std::uintptr_t>(to + x) % 16 != 0) {
+      to[x] = from[x];
+      ++x;
+    }
+    for (; x + 16 <= count; x += 16) {
+      _mm_stream_si128(reinterpret_cast<__m128i*>(to + x),
+                       _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + x)));
+    }
+    for (; x < count; ++x) to[x] = from[x];
   }
 
   const FillPlanes& p_;
