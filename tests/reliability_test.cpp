@@ -158,6 +158,8 @@ std::string TempPath(const std::string& name) {
   return testing::TempDir() + "imgtarn_reliability_" + name;
 }
 
+Bytes Plane(unsigned char value = 0) { return Bytes(kW * kH, value); }
+
 Bytes Chars(const std::string& text) { return Bytes(text.begin(), text.end()); }
 
 Bytes PadImage() {
@@ -197,15 +199,12 @@ struct NamedOperation {
   std::function<int(Objects&, Call&, int worker)> run;
 };
 
-// The operations that take a plane, a para array, an unused pointer and a result array.
-using PlaneParaMethod = int (ImgTarn_IF::*)(unsigned char*, float*, void*, float*);
-NamedOperation PlaneParaResult(const char* name, int calls, PlaneParaMethod method, Bytes plane,
-                               Floats para, std::size_t results) {
-  return {name, calls, [=](Objects& o, Call& c, int) {
-            return (o.img.get()->*method)(c.In("plane", plane), c.In("para", para), nullptr,
-                                          c.Out(Floats(results)));
-          }};
-}
+// A table row whose operation is the single call `call`, on the objects `o` with the
+// buffers of `c`.
+#define OPERATION(name, calls, call)                           \
+  NamedOperation {                                             \
+    name, calls, [](Objects& o, Call& c, int) { return call; } \
+  }
 
 // Slots 2, 4 and 5 always show a window and every other slot's debug output is off here;
 // slot 0 does nothing.
@@ -220,102 +219,66 @@ const std::vector<NamedOperation>& Operations() {
          } record{nullptr, c.In("samples", Bytes{200, 100})};
          return o.img->SumFirstTwoSamples(&record);
        }},
-      {"3 DetectCirclesSmoothed", 50,
-       [](O& o, Call& c, int) {
-         return o.img->DetectCirclesSmoothed(c.In("plane", Scene()),
-                                             c.In("para", Floats{kWf, kHf, 12, 60, 0}), 5,
-                                             c.Out(Floats(3)));
-       }},
-      PlaneParaResult("10 LocateCircleMarkQuick", 20, &ImgTarn_IF::LocateCircleMarkQuick, Scene(),
-                      {kWf, kHf, 12, 0, 0}, 3),
-      PlaneParaResult("11 LocateCircleMark", 20, &ImgTarn_IF::LocateCircleMark, Scene(),
-                      {kWf, kHf, 12, 0, 0}, 3),
-      PlaneParaResult("12 LocateCircleMarkRoi", 20, &ImgTarn_IF::LocateCircleMarkRoi, Scene(),
-                      {kWf, kHf, 12, 0, 0}, 3),
-      PlaneParaResult("17 AdjustCircleEdges", 200, &ImgTarn_IF::AdjustCircleEdges, Scene(),
-                      {kWf, kHf, 31, 29, 12}, 5),
-      PlaneParaResult("14 LocateCrossMark", 20, &ImgTarn_IF::LocateCrossMark, MarkPlane(true),
-                      {kWf, kHf, 15, 15, 0}, 4),
-      PlaneParaResult("18 LocateRectangleMark", 20, &ImgTarn_IF::LocateRectangleMark,
-                      MarkPlane(false), {kWf, kHf, 20, 12, 0}, 4),
-      PlaneParaResult("19 CountContourPixels", 200, &ImgTarn_IF::CountContourPixels, Scene(),
-                      {kWf, kHf, 128, 0, 0, 8}, 10),
-      {"6 DrawContoursAllExternal", 200,
-       [](O& o, Call& c, int) {
-         return o.img->DrawContoursAllExternal(
-             c.In("source", Scene()), c.Out(Floats{kWf, kHf, 128, 1, 0, 255, 100, 50, 0}),
-             c.Out(Bytes(kW * kH, 1)), c.Out(Bytes(kW * kH, 2)), c.Out(Bytes(kW * kH, 3)));
-       }},
-      {"7 ClassifyRingContours", 200,
-       [](O& o, Call& c, int) {
-         return o.img->ClassifyRingContours(c.Out(Bytes(kW * kH)), c.Out(Bytes(kW * kH)),
-                                            c.Out(Floats(32)),
-                                            c.Out(Floats{kWf, kHf, 128, 5, 0, 4, 8, 8, 0, 0, 0}),
-                                            c.Out(Floats(32)), c.In("plane", Scene()));
-       }},
-      {"8 MorphBoundingRects", 200,
-       [](O& o, Call& c, int) {
-         return o.img->MorphBoundingRects(c.In("source", Scene()),
-                                          c.Out(Para({kWf, kHf, 128, 1, 0, 1, 16}, 8 + 4 * 16)));
-       }},
-      {"9 SegmentByMoments", 200,
-       [](O& o, Call& c, int) {
-         return o.img->SegmentByMoments(c.In("plane", Scene()), c.In("mask", Rect(0, 0, 60, 80)),
-                                        c.In("para", Floats{kWf, kHf, 128, 10, 0, 32}),
-                                        c.Out(Bytes(kW * kH)), c.Out(Floats(1 + 3 * 32)));
-       }},
-      {"13 CutLeadRois", 100,
-       [](O& o, Call& c, int) {
-         return o.img->CutLeadRois(c.In("image", Scene()), c.In("template", LeadTemplate()),
-                                   nullptr, c.Out(Para({kWf, kHf, 38, 26, 0, 8, 0.5f}, 19)));
-       }},
-      {"16 MeasureLeadRoi", 100,
-       [](O& o, Call& c, int) {
-         return o.img->MeasureLeadRoi(
-             c.In("image", Scene()), c.In("template", LeadTemplate()),
-             c.In("para", Floats{kWf, kHf, 38, 26, 0, 8, 0.5f, 64.5f, 58.5f, 1.5f, 120}),
-             c.Out(Floats(10)));
-       }},
-      {"15 ApproxContoursDemo", 200,
-       [](O& o, Call& c, int) {
-         return o.img->ApproxContoursDemo(c.In("source", Scene()),
-                                          c.In("para", Floats{kWf, kHf, 128, 2, 0, 16}),
-                                          c.Out(Bytes(kW * kH, 7)), c.Out(Floats(17)));
-       }},
-      {"20 FollowCadOverlay", 50,
-       [](O& o, Call& c, int) {
-         return o.img->FollowCadOverlay(
-             c.In("boundary", Rect(10, 10, 70, 60)), c.In("cad", Rect(30, 30, 20, 16)),
-             c.In("measured", Rect(33, 32, 18, 16)), c.In("para", Floats{kWf, kHf, 0}), nullptr,
-             c.Out(Floats{-1}));
-       }},
-      {"21 MorphRing band", 200,
-       [](O& o, Call& c, int) {
-         return o.img->MorphRing(c.Out(Bytes(kW * kH)), c.Out(Bytes(kW * kH)),
-                                 c.Out(Bytes(kW * kH)), c.Out(Floats{kWf, kHf, 128, 2, 0, 0, 0, 0}),
-                                 0, c.In("plane", Scene()));
-       }},
-      {"21 MorphRing between masks", 200,
-       [](O& o, Call& c, int) {
-         return o.img->MorphRing(c.In("outer", Rect(20, 20, 40, 30)),
-                                 c.In("inner", Rect(30, 25, 10, 10)), c.Out(Bytes(kW * kH)),
-                                 c.Out(Floats{kWf, kHf, 128, 2, 0, 0, 0, 0}), 100,
-                                 c.In("plane", Scene()));
-       }},
+      OPERATION("3 DetectCirclesSmoothed", 50, o.img->DetectCirclesSmoothed(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 12, 60, 0}), 5, c.Out(Floats(3)))),
+      OPERATION("10 LocateCircleMarkQuick", 20, o.img->LocateCircleMarkQuick(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 12, 0, 0}), nullptr, c.Out(Floats(3)))),
+      OPERATION("11 LocateCircleMark", 20, o.img->LocateCircleMark(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 12, 0, 0}), nullptr, c.Out(Floats(3)))),
+      OPERATION("12 LocateCircleMarkRoi", 20, o.img->LocateCircleMarkRoi(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 12, 0, 0}), nullptr, c.Out(Floats(3)))),
+      OPERATION("17 AdjustCircleEdges", 200, o.img->AdjustCircleEdges(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 31, 29, 12}), nullptr, c.Out(Floats(5)))),
+      OPERATION("14 LocateCrossMark", 20, o.img->LocateCrossMark(c.In("plane", MarkPlane(true)),
+                c.In("para", Floats{kWf, kHf, 15, 15, 0}), nullptr, c.Out(Floats(4)))),
+      OPERATION("18 LocateRectangleMark", 20,
+                o.img->LocateRectangleMark(c.In("plane", MarkPlane(false)),
+                c.In("para", Floats{kWf, kHf, 20, 12, 0}), nullptr, c.Out(Floats(4)))),
+      OPERATION("19 CountContourPixels", 200, o.img->CountContourPixels(c.In("plane", Scene()),
+                c.In("para", Floats{kWf, kHf, 128, 0, 0, 8}), nullptr, c.Out(Floats(10)))),
+      OPERATION("6 DrawContoursAllExternal", 200,
+                o.img->DrawContoursAllExternal(c.In("source", Scene()),
+                c.Out(Floats{kWf, kHf, 128, 1, 0, 255, 100, 50, 0}), c.Out(Plane(1)),
+                c.Out(Plane(2)), c.Out(Plane(3)))),
+      OPERATION("7 ClassifyRingContours", 200, o.img->ClassifyRingContours(c.Out(Plane()),
+                c.Out(Plane()), c.Out(Floats(32)),
+                c.Out(Floats{kWf, kHf, 128, 5, 0, 4, 8, 8, 0, 0, 0}), c.Out(Floats(32)),
+                c.In("plane", Scene()))),
+      OPERATION("8 MorphBoundingRects", 200, o.img->MorphBoundingRects(c.In("source", Scene()),
+                c.Out(Para({kWf, kHf, 128, 1, 0, 1, 16}, 8 + 4 * 16)))),
+      OPERATION("9 SegmentByMoments", 200, o.img->SegmentByMoments(c.In("plane", Scene()),
+                c.In("mask", Rect(0, 0, 60, 80)), c.In("para", Floats{kWf, kHf, 128, 10, 0, 32}),
+                c.Out(Plane()), c.Out(Floats(1 + 3 * 32)))),
+      OPERATION("13 CutLeadRois", 100, o.img->CutLeadRois(c.In("image", Scene()),
+                c.In("template", LeadTemplate()), nullptr,
+                c.Out(Para({kWf, kHf, 38, 26, 0, 8, 0.5f}, 19)))),
+      OPERATION("16 MeasureLeadRoi", 100, o.img->MeasureLeadRoi(c.In("image", Scene()),
+                c.In("template", LeadTemplate()),
+                c.In("para", Floats{kWf, kHf, 38, 26, 0, 8, 0.5f, 64.5f, 58.5f, 1.5f, 120}),
+                c.Out(Floats(10)))),
+      OPERATION("15 ApproxContoursDemo", 200, o.img->ApproxContoursDemo(c.In("source", Scene()),
+                c.In("para", Floats{kWf, kHf, 128, 2, 0, 16}), c.Out(Plane(7)), c.Out(Floats(17)))),
+      OPERATION("20 FollowCadOverlay", 50,
+                o.img->FollowCadOverlay(c.In("boundary", Rect(10, 10, 70, 60)),
+                c.In("cad", Rect(30, 30, 20, 16)), c.In("measured", Rect(33, 32, 18, 16)),
+                c.In("para", Floats{kWf, kHf, 0}), nullptr, c.Out(Floats{-1}))),
+      OPERATION("21 MorphRing band", 200, o.img->MorphRing(c.Out(Plane()), c.Out(Plane()),
+                c.Out(Plane()), c.Out(Floats{kWf, kHf, 128, 2, 0, 0, 0, 0}), 0,
+                c.In("plane", Scene()))),
+      OPERATION("21 MorphRing between masks", 200,
+                o.img->MorphRing(c.In("outer", Rect(20, 20, 40, 30)),
+                c.In("inner", Rect(30, 25, 10, 10)), c.Out(Plane()),
+                c.Out(Floats{kWf, kHf, 128, 2, 0, 0, 0, 0}), 100, c.In("plane", Scene()))),
       {"22 FillContours", 200,
        [](O& o, Call& c, int) {
          const Ints polygons = {2, 4, 0, 0, 20, 0, 20, 20, 0, 20, 3, 50, 50, 90, 60, 60, 79};
          const float length = static_cast<float>(polygons.size());
-         return o.img->FillContours(c.Out(Bytes(kW * kH, 9)),
+         return o.img->FillContours(c.Out(Plane(9)),
                                     c.Out(Floats{kWf, kHf, 200, length, 0, 0, 0}), nullptr,
                                     c.In("polygons", polygons), c.In("source", Scene()));
        }},
-      {"23 DetectEdgesCanny", 200,
-       [](O& o, Call& c, int) {
-         return o.img->DetectEdgesCanny(c.In("src", Scene()),
-                                        c.In("para", Floats{kWf, kHf, 1, 0, 20}),
-                                        c.Out(Bytes(kW * kH)), c.Out(Floats(4)));
-       }},
+      OPERATION("23 DetectEdgesCanny", 200, o.img->DetectEdgesCanny(c.In("src", Scene()),
+                c.In("para", Floats{kWf, kHf, 1, 0, 20}), c.Out(Plane()), c.Out(Floats(4)))),
       {"24 ComputeFlatFieldCoefficients", 100,
        [](O& o, Call& c, int) {
          constexpr int w = 16, h = 12;
@@ -334,24 +297,14 @@ const std::vector<NamedOperation>& Operations() {
                                        static_cast<int>(Scene().size()),
                                        c.Out(Bytes(Scene().size())));
        }},
-      {"26 MatchPadTemplates", 20,
-       [](O& o, Call& c, int) {
-         return o.img->MatchPadTemplates(c.In("plane", PadImage()),
-                                         c.In("para", Floats{kWf, kHf, 1, 0, 0, 0, Blobs().count}),
-                                         nullptr, c.Out(Floats(64)), c.In("pixels", Blobs().pixels),
-                                         c.In("rects", Blobs().rects));
-       }},
-      {"27 SplitPadBlobs", 50,
-       [](O& o, Call& c, int) {
-         return o.img->SplitPadBlobs(
-             c.In("plane", PadImage()), c.In("para", Floats{kWf, kHf, 1, 0, 0, 0}), nullptr,
-             c.Out(Floats(2)), c.Out(Bytes(64 * kW * kH)), c.Out(Ints(4 * 64)));
-       }},
-      {"28 FindDominantLevels", 200,
-       [](O& o, Call& c, int) {
-         return o.img->FindDominantLevels(c.In("a1", Scene()), c.In("a2", PadImage()),
-                                          c.In("a3", MarkPlane(true)), kW, kH, c.Out(Bytes(3)));
-       }},
+      OPERATION("26 MatchPadTemplates", 20, o.img->MatchPadTemplates(c.In("plane", PadImage()),
+                c.In("para", Floats{kWf, kHf, 1, 0, 0, 0, Blobs().count}), nullptr,
+                c.Out(Floats(64)), c.In("pixels", Blobs().pixels), c.In("rects", Blobs().rects))),
+      OPERATION("27 SplitPadBlobs", 50, o.img->SplitPadBlobs(c.In("plane", PadImage()),
+                c.In("para", Floats{kWf, kHf, 1, 0, 0, 0}), nullptr, c.Out(Floats(2)),
+                c.Out(Bytes(64 * kW * kH)), c.Out(Ints(4 * 64)))),
+      OPERATION("28 FindDominantLevels", 200, o.img->FindDominantLevels(c.In("a1", Scene()),
+                c.In("a2", PadImage()), c.In("a3", MarkPlane(true)), kW, kH, c.Out(Bytes(3)))),
       {"29 FillBlackHoles", 200,
        [](O& o, Call& c, int) {
          unsigned char* planes[3];
@@ -363,7 +316,7 @@ const std::vector<NamedOperation>& Operations() {
          // 0 leaves OpenCV's thread count alone (it is process-wide).
          return o.img->FillBlackHoles(
              planes[0], planes[1], planes[2], c.In("para", Floats{kWf, kHf, 120, 80, 40, 0}),
-             c.Out(Bytes(kW * kH)), c.Out(Bytes(kW * kH)), c.Out(Bytes(kW * kH)));
+             c.Out(Plane()), c.Out(Plane()), c.Out(Plane()));
        }},
       {"30 Slot30Dispatch median", 100,
        [](O& o, Call& c, int) {
@@ -403,18 +356,12 @@ const std::vector<NamedOperation>& Operations() {
          c.Extra(saved.data(), saved.size());
          return status;
        }},
-      {"33 ResizePlanes", 200,
-       [](O& o, Call& c, int) {
-         return o.img->ResizePlanes(c.In("a1", Scene()), c.In("a2", PadImage()),
-                                    c.In("a3", MarkPlane(false)), c.Out(Bytes(50 * 37)),
-                                    c.Out(Bytes(50 * 37)), c.Out(Bytes(50 * 37)),
-                                    c.In("para", Floats{kWf, kHf, 50, 37, 1}));
-       }},
-      {"34 DrawContourMask", 200,
-       [](O& o, Call& c, int) {
-         return o.img->DrawContourMask(c.Out(Bytes(kW * kH, 5)), c.In("plane", Scene()),
-                                       c.Out(Floats{kWf, kHf, 128, 20, 0, 0, 0}));
-       }},
+      OPERATION("33 ResizePlanes", 200, o.img->ResizePlanes(c.In("a1", Scene()),
+                c.In("a2", PadImage()), c.In("a3", MarkPlane(false)), c.Out(Bytes(50 * 37)),
+                c.Out(Bytes(50 * 37)), c.Out(Bytes(50 * 37)),
+                c.In("para", Floats{kWf, kHf, 50, 37, 1}))),
+      OPERATION("34 DrawContourMask", 200, o.img->DrawContourMask(c.Out(Plane(5)),
+                c.In("plane", Scene()), c.Out(Floats{kWf, kHf, 128, 20, 0, 0, 0}))),
       {"35 CountingSortValues", 200,
        [](O& o, Call& c, int) {
          Ints values(500);
@@ -424,10 +371,8 @@ const std::vector<NamedOperation>& Operations() {
                                           c.Out(Ints(500)));
        }},
       // The numeric object's slots are pure functions of their arrays.
-      {"N0 InvertPlane", 200,
-       [](O& o, Call& c, int) {
-         return o.num->InvertPlane(c.Out(Scene()), c.In("para", Floats{kWf, kHf, 1}), 3);
-       }},
+      OPERATION("N0 InvertPlane", 200, o.num->InvertPlane(c.Out(Scene()),
+                c.In("para", Floats{kWf, kHf, 1}), 3)),
       {"N1 StepPositionToOffsets", 200,
        [](O& o, Call& c, int) {
          const Floats in = {10, 3.5f, -2.5f, 1, 1, 0.5f, 0.5f, 0, 1, 1, 1, 2, 1, 100, 200};
