@@ -34,6 +34,8 @@ cv::Mat DiscPlane(cv::Size size, cv::Point2f centre, float radius, int seed = 1,
   return plane;
 }
 
+constexpr char kGrouped[] = "All Found Circles In Edges by HoughCircles";
+
 bool Contains(const std::vector<std::string>& titles, const std::string& title) {
   return std::find(titles.begin(), titles.end(), title) != titles.end();
 }
@@ -219,6 +221,16 @@ TEST(LocateCircleMark, SmallMarkWithOneEdgeCircleIsLeftUnfound) {
   EXPECT_LE(cv::norm(quick.centre - cv::Point2f(40.64f, 36.58f)), 1.0) << quick.centre;
 }
 
+// A bright bar in the border window rises more steeply than the cut disc's whole edge; an edge
+// that disagrees with the Hough circles is not taken for the cut axis.
+TEST(LocateCircleMark, CutAxisIgnoresAStrongerEdgeThatDisagreesWithTheHoughCircles) {
+  cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(126.3f, 60.4f), 20.0f);
+  plane(cv::Rect(92, 0, 4, 120)).setTo(250);
+  const Found found = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
+  EXPECT_TRUE(Contains(found.titles, kGrouped));
+  EXPECT_LE(cv::norm(found.centre - cv::Point2f(126.3f, 60.4f)), 1.0) << found.centre;
+}
+
 // A disc of radius 20 on a 140 x 120 plane, the window that proves its branch ran and one that
 // proves another did not.
 struct BranchCase {
@@ -232,8 +244,6 @@ struct BranchCase {
 };
 
 class MarkBranch : public ::testing::TestWithParam<BranchCase> {};
-
-constexpr char kGrouped[] = "All Found Circles In Edges by HoughCircles";
 
 TEST_P(MarkBranch, ShowsItsWindowsAndFindsTheMark) {
   const BranchCase c = GetParam();

@@ -32,6 +32,12 @@ float CentreFromVisibleEdge(Border border, int origin, const EdgeSpan& cut, cons
   return static_cast<float>(origin + cut.last) - halfRun;
 }
 
+// The edge's centre must agree with the previous coordinate (the Hough circles) to within the
+// spread of their group, r/3; a stronger rise from something else in the window keeps them.
+float EdgeOrPrevious(float fromEdge, float previous, float radius) {
+  return std::fabs(fromEdge - previous) < radius / 3.0f ? fromEdge : previous;
+}
+
 }  // namespace
 
 bool IsInside(cv::Point2f centre, float radius, int margin, cv::Size image) {
@@ -95,11 +101,15 @@ cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border 
     if (AcceptedOnBorder(columns, radius))
       centre.x = SpanCentre(measure->window.x, columns);
     else if (edgeOnCut && CutsColumns(border))
-      centre.x = CentreFromVisibleEdge(border, measure->window.x, columns, rows, radius);
+      centre.x =
+          EdgeOrPrevious(CentreFromVisibleEdge(border, measure->window.x, columns, rows, radius),
+                         previous.x, radius);
     if (AcceptedOnBorder(rows, radius))
       centre.y = SpanCentre(measure->window.y, rows);
     else if (edgeOnCut && !CutsColumns(border))
-      centre.y = CentreFromVisibleEdge(border, measure->window.y, rows, columns, radius);
+      centre.y =
+          EdgeOrPrevious(CentreFromVisibleEdge(border, measure->window.y, rows, columns, radius),
+                         previous.y, radius);
     if (debug) debug_view::Show("The new ROI", blurred(measure->window));
   }
   if (debug) debug_view::Show("Test the circle's position.", DrawMarkedCopy(plain, centre, radius));
