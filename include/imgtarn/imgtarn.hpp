@@ -173,8 +173,8 @@ class ImgTarn_IF {
   //   Canny edges checked against a disc-template estimate and refined by gradient profiles
   //   (marks within 5 px of one border are re-measured in a window flush with that border;
   //   a template score >= 0.95 there takes the template estimate; an axis the border cuts
-  //   comes from the disc's whole edge one radius inward, or from the Hough circle when one
-  //   agreed with the template). Stage 2, only when stage 1 found at least two edge circles
+  //   comes from the disc's whole edge half a diameter inward, or from the Hough circle when
+  //   one agreed with the template). Stage 2, only when stage 1 found at least two edge circles
   //   but no centre: the search of slot 10. Centres are good to about 1 px; a small clean
   //   mark (r below about 12) often yields a single edge circle and then (0, 0): use slot 10.
   //   plane, ignored, para: as slot 10 ([4] = 1 shows "Edges Image", "---template find
