@@ -38,21 +38,31 @@ std::vector<cv::Rect> Boxes(const co::BlobSplit& split) {
 
 // ---- Mask geometry ----
 
-TEST(MaskGeometry, CentroidDividesSumsByCountAndIsAbsentWithoutPixels) {
-  cv::Mat mask = cv::Mat::zeros(5, 6, CV_8UC1);
-  EXPECT_FALSE(co::PixelCentroid(mask));
-  mask.at<unsigned char>(1, 0) = 1;
-  mask.at<unsigned char>(4, 3) = 200;
-  EXPECT_EQ(*co::PixelCentroid(mask), cv::Point(1, 2));  // 3 / 2 and 5 / 2, truncated
-}
-
-TEST(MaskGeometry, BoundingBoxOfPixelsAndItsTwoDegenerateForms) {
+// Centroid and box against a per-pixel count on random masks of widths around the blocks of
+// sixteen, with empty rows and the two degenerate forms.
+TEST(MaskGeometry, ShapeIsTheMeanAndExtentOfTheSetPixels) {
   EXPECT_EQ(co::PixelBoundingBox(cv::Mat()), cv::Rect(0, 0, 0, 0));
-  cv::Mat mask = cv::Mat::zeros(4, 5, CV_8UC1);
-  EXPECT_EQ(co::PixelBoundingBox(mask), cv::Rect(5, 4, -4, -3));
-  mask.at<unsigned char>(1, 3) = 9;
-  mask.at<unsigned char>(2, 1) = 9;
-  EXPECT_EQ(co::PixelBoundingBox(mask), cv::Rect(1, 1, 3, 2));
+  EXPECT_EQ(co::PixelBoundingBox(cv::Mat::zeros(4, 5, CV_8UC1)), cv::Rect(5, 4, -4, -3));
+  EXPECT_FALSE(co::PixelCentroid(cv::Mat::zeros(4, 5, CV_8UC1)));
+  cv::RNG rng(3);
+  for (int cols : {1, 6, 15, 16, 17, 33, 70}) {
+    cv::Mat mask = cv::Mat::zeros(9, cols, CV_8UC1);
+    for (int i = 0; i < 1 + cols / 3; ++i)
+      mask.at<unsigned char>(rng.uniform(1, 8), rng.uniform(0, cols)) = rng.uniform(1, 256);
+    long long sumX = 0, sumY = 0, count = 0;
+    int x0 = cols, y0 = 9, x1 = 0, y1 = 0;
+    for (int y = 0; y < 9; ++y) {
+      for (int x = 0; x < cols; ++x) {
+        if (mask.at<unsigned char>(y, x) == 0) continue;
+        sumX += x, sumY += y, ++count;
+        x0 = std::min(x0, x), y0 = std::min(y0, y), x1 = std::max(x1, x), y1 = std::max(y1, y);
+      }
+    }
+    const co::MaskShape shape = co::ShapeOf(mask);
+    ASSERT_TRUE(shape.centre);
+    EXPECT_EQ(*shape.centre, cv::Point(int(sumX / count), int(sumY / count))) << cols;
+    EXPECT_EQ(shape.box, cv::Rect(x0, y0, x1 - x0 + 1, y1 - y0 + 1)) << cols;
+  }
 }
 
 struct ClampCase {
@@ -99,22 +109,14 @@ TEST(SpillWeightMap, RingsRiseTowardsTheBoundary) {
   EXPECT_EQ(weights.at<unsigned char>(30, 30), 255);
 }
 
-TEST(SpillWeightMap, NoRingsWhenTheFirstStepTouchesTheMargin) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat weights = co::BuildSpillWeightMap(cad, Mask(kPlane, {cv::Rect(20, 20, 21, 20)}));
-  EXPECT_EQ(cv::countNonZero(weights != cad), 0);
-}
-
-TEST(SpillWeightMap, BoundaryWithoutOutsideEndsWhenGrowthStops) {
+TEST(SpillWeightMap, GrowthWithoutOutsideEndsWhenItFillsThePlane) {
   const cv::Mat cad = Mask(kPlane, {kPad});
   const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
   cv::Mat outside;
   cv::bitwise_not(everywhere, outside);
   // From columns 20..39 the growth fills 0..59 after 20 steps.
   EXPECT_EQ(co::CountInsideGrowthSteps(cad, outside), 20);
-  const cv::Mat weights = co::BuildSpillWeightMap(cad, everywhere);
-  EXPECT_EQ(weights.at<unsigned char>(0, 0), 255);
-  EXPECT_EQ(weights.at<unsigned char>(30, 40), 255 / 20);
+  EXPECT_EQ(co::BuildSpillWeightMap(cad, everywhere).at<unsigned char>(30, 40), 255 / 20);
   EXPECT_EQ(co::CountInsideGrowthSteps(cv::Mat::zeros(kPlane, CV_8UC1), outside), 0);
 }
 
@@ -140,13 +142,19 @@ std::vector<SpillCase> SpillCases() {
   const cv::Size wide(600, 8);
   cases.push_back({"many rings", Mask(wide, {cv::Rect(0, 3, 1, 1)}),
                    cv::Mat(wide, CV_8UC1, cv::Scalar(255))});
+  // Too long for 16-bit distances: the 32-bit ones take over.
+  const cv::Size line(32770, 1);
+  cases.push_back({"32-bit", Mask(line, {cv::Rect(32000, 0, 3, 1)}),
+                   Mask(line, {cv::Rect(31960, 0, 90, 1)})});
+  // Random pads and holes in the boundary, on widths around the eight-cell distance steps.
   cv::RNG rng(5);
-  for (int i = 0; i < 12; ++i) {
-    cv::Mat cad = cv::Mat::zeros(kPlane, CV_8UC1), boundary(kPlane, CV_8UC1, cv::Scalar(255));
+  for (int i = 0; i < 16; ++i) {
+    const int w = i < 12 ? 60 : std::vector<int>{5, 8, 16, 17}[i - 12];
+    cv::Mat cad = cv::Mat::zeros(40, w, CV_8UC1), boundary(40, w, CV_8UC1, cv::Scalar(255));
     for (int b = 0; b < 1 + i % 3; ++b)
-      cv::circle(cad, {rng.uniform(0, 60), rng.uniform(0, 60)}, rng.uniform(0, 6), 255, -1);
+      cv::circle(cad, {rng.uniform(0, w), rng.uniform(0, 40)}, rng.uniform(0, 6), 255, -1);
     for (int h = 0; h < i % 4; ++h)
-      boundary.at<unsigned char>(rng.uniform(0, 60), rng.uniform(0, 60)) = rng.uniform(0, 255);
+      boundary.at<unsigned char>(rng.uniform(0, 40), rng.uniform(0, w)) = rng.uniform(0, 255);
     cases.push_back({"random", cad, boundary});
   }
   return cases;
@@ -154,43 +162,45 @@ std::vector<SpillCase> SpillCases() {
 
 class FastSpillWeightMap : public ::testing::TestWithParam<SpillCase> {};
 
+// The rings and weights against the growth loop, and the coverage score against a per-pixel
+// sum over the literal weights for a random blob.
 TEST_P(FastSpillWeightMap, MatchesTheGrowthLoop) {
   const SpillCase& c = GetParam();
   cv::Mat outside;
   cv::bitwise_not(c.boundary, outside);
-  EXPECT_EQ(co::CountInsideGrowthStepsFast(c.cad, outside), co::CountInsideGrowthSteps(c.cad, outside));
+  EXPECT_EQ(co::CountInsideGrowthStepsFast(c.cad, outside),
+            co::CountInsideGrowthSteps(c.cad, outside));
   const cv::Mat literal = co::BuildSpillWeightMap(c.cad, c.boundary);
   const cv::Mat fast = co::BuildSpillWeightMapFast(c.cad, c.boundary);
   ASSERT_EQ(fast.size(), literal.size());
   EXPECT_EQ(cv::countNonZero(fast != literal), 0) << c.name;
+
+  cv::Mat measured(c.cad.size(), CV_8UC1);
+  cv::RNG(c.cad.cols).fill(measured, cv::RNG::UNIFORM, 0, 3);  // a third of the pixels clear
+  const cv::Mat difference = c.boundary - c.cad;
+  double covered = 0, spill = 0;
+  for (int i = 0; i < static_cast<int>(measured.total()); ++i) {
+    if (measured.data[i] == 0) continue;
+    if (c.cad.data[i] != 0)
+      covered += 1;
+    else if (difference.data[i] != 0)
+      spill += literal.data[i] / 255.0;
+  }
+  const int pad = cv::countNonZero(c.cad);
+  const double expected = pad > 0 ? covered / pad - spill / pad : covered - spill;
+  EXPECT_EQ(co::CoverageScore(measured, co::OverlayReference(c.cad, c.boundary), false), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, FastSpillWeightMap, ::testing::ValuesIn(SpillCases()));
 
-TEST(FastSpillWeightMap, RingsBeyond255KeepTheNextNonZeroWeight) {
-  const cv::Size wide(600, 8);
-  const cv::Mat weights = co::BuildSpillWeightMapFast(Mask(wide, {cv::Rect(0, 3, 1, 1)}),
-                                                      cv::Mat(wide, CV_8UC1, cv::Scalar(255)));
-  // 599 rings: ring 1 weighs 255 / 599 < 1, so it carries ring 3's weight 1.
-  EXPECT_EQ(weights.at<unsigned char>(3, 1), 1);
-  EXPECT_EQ(weights.at<unsigned char>(3, 599), 255);
-}
-
 // ---- Overlay scoring ----
 
 double Pass(cv::Mat measured, const cv::Mat& cad, const cv::Mat& boundary, int pass) {
-  return co::ScoreAlignment(measured, co::ShapeOf(measured), co::OverlayReference(cad, boundary), pass,
-                            false);
+  const co::OverlayReference reference(cad, boundary);
+  return co::ScoreAlignment(measured, co::ShapeOf(measured), reference, pass, false);
 }
 
-TEST(CadOverlay, IdenticalBlobScoresOneOnPassZero) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat boundary = Mask(kPlane, {kInside});
-  EXPECT_DOUBLE_EQ(Pass(cad.clone(), cad, boundary, 0), 1.0);
-  cv::Mat measured = cad.clone();
-  EXPECT_FLOAT_EQ(co::BestOverlayScore(measured, cad, boundary, false), 1.0f);
-}
-
+// Shift 0 is the identical blob, which scores 1 on both passes.
 class ShiftedBlob : public ::testing::TestWithParam<int> {};
 TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
   const int dx = GetParam();
@@ -202,7 +212,8 @@ TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
   double spill = 0.0;
   for (int i = 1; i <= std::abs(dx); ++i) spill += 20.0 * (i * 255 / 10) / 255.0;
   const double raw = (400.0 - 20.0 * std::abs(dx)) / 400.0 - spill / 400.0;
-  EXPECT_NEAR(co::CoverageScore(measured, co::OverlayReference(cad, boundary), false), raw, 1e-12);
+  const double coverage = co::CoverageScore(measured, co::OverlayReference(cad, boundary), false);
+  EXPECT_NEAR(coverage, raw, 1e-12);
 
   // The centroids are 29 and trunc((59 + 2 dx) / 2); the ratio is 1 - 2 d / 20.
   const int d = 29 - (59 + 2 * dx) / 2;
@@ -213,7 +224,7 @@ TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
   // Pass 1 moves the blob home and pays exp of the same error instead.
   EXPECT_DOUBLE_EQ(Pass(measured.clone(), cad, boundary, 1), 1.0 / expf(1.0f - ratio));
 }
-INSTANTIATE_TEST_SUITE_P(Shifts, ShiftedBlob, ::testing::Values(-3, -2, 2, 4));
+INSTANTIATE_TEST_SUITE_P(Shifts, ShiftedBlob, ::testing::Values(-3, -2, 0, 2, 4));
 
 TEST(CadOverlay, ScaledBlobIsRescaledByPassOneWhichWins) {
   const cv::Mat cad = Mask(kPlane, {kPad});
@@ -246,22 +257,20 @@ TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
   EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
 }
 
-TEST(CadOverlay, EmptyMeasuredOrCadPadFailsTheAlignmentAndScoresZero) {
+TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignment) {
   const cv::Mat cad = Mask(kPlane, {kPad});
   const cv::Mat empty = cv::Mat::zeros(kPlane, CV_8UC1);
   const cv::Mat boundary = Mask(kPlane, {kInside});
   co::Alignment alignment;
-  cv::Mat measured = empty.clone();
-  EXPECT_FALSE(co::FollowToCad(measured, co::ShapeOf(measured), cad, co::ShapeOf(cad), 1, &alignment));
+  const auto follow = [&](cv::Mat measured, const cv::Mat& target) {
+    return co::FollowToCad(measured, co::ShapeOf(measured), target, co::ShapeOf(target), 1,
+                           &alignment);
+  };
+  EXPECT_FALSE(follow(empty.clone(), cad));
   EXPECT_EQ(Pass(empty.clone(), cad, boundary, 0), 0.0);
   EXPECT_EQ(Pass(cad.clone(), empty, boundary, 1), 0.0);
-}
-
-TEST(CadOverlay, BlobAsWideAsThePlaneFailsPassOne) {
-  const cv::Mat cad = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
-  cv::Mat measured = Mask(kPlane, {cv::Rect(0, 22, 60, 16)});
-  co::Alignment alignment;
-  EXPECT_FALSE(co::FollowToCad(measured, co::ShapeOf(measured), cad, co::ShapeOf(cad), 1, &alignment));
+  const cv::Mat strip = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
+  EXPECT_FALSE(follow(Mask(kPlane, {cv::Rect(0, 22, 60, 16)}), strip));
 }
 
 // ---- Slot 20 adapter ----
@@ -321,6 +330,9 @@ TEST_P(OverlayDebug, SwitchOpensWindowsAndWritesFilesOnlyAboveTheThreshold) {
   for (const auto& event : events) {
     if (event.name == "AfterFollowing.bmp") {  // the CAD image, under this name
       EXPECT_EQ(cv::countNonZero(event.image != planes.cad), 0);
+    }
+    if (event.name == "外模板图像") {  // where spill counts
+      EXPECT_EQ(cv::countNonZero(event.image != planes.boundary - planes.cad), 0);
     }
     if (event.name == "matOverlapCad") {
       EXPECT_EQ(event.image.type(), CV_8UC3);
@@ -456,41 +468,27 @@ TEST_P(Projection, SplitsTheStrongestBandIntoBlobsOneLineLongerThanTheirPads) {
 }
 const std::vector<cv::Rect> kRowOfFour = {
     {5, 20, 20, 20}, {35, 20, 20, 20}, {65, 20, 20, 20}, {95, 20, 20, 20}};
+const std::vector<cv::Rect> kRowOfFourBlobs = {
+    {5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}};
+const std::vector<cv::Rect> kColumnOfThreeBlobs = {
+    {20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}};
+using PC = ProjectionCase;
 INSTANTIATE_TEST_SUITE_P(
     Fields, Projection,
     ::testing::Values(
         // A row band split by columns: y is the band's first row, the crop one row taller.
-        ProjectionCase{kRowOfFour,
-                       0,
-                       0,
-                       1,
-                       4,
-                       {{5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}}},
-        ProjectionCase{kRowOfFour,
-                       3,
-                       4,
-                       1,
-                       4,
-                       {{5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}}},
-        ProjectionCase{kRowOfFour, 1, 2, 1, 2, {{5, 20, 21, 21}, {35, 20, 21, 21}}},
+        PC{kRowOfFour, 0, 0, 1, 4, kRowOfFourBlobs}, PC{kRowOfFour, 3, 4, 1, 4, kRowOfFourBlobs},
+        PC{kRowOfFour, 1, 2, 1, 2, {{5, 20, 21, 21}, {35, 20, 21, 21}}},
         // A column band split by rows: x is the band's first column.
-        ProjectionCase{
-            kColumnOfThree, 0, 0, 3, 1, {{20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}}},
-        ProjectionCase{
-            kColumnOfThree, 3, 2, 3, 1, {{20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}}},
+        PC{kColumnOfThree, 0, 0, 3, 1, kColumnOfThreeBlobs},
+        PC{kColumnOfThree, 3, 2, 3, 1, kColumnOfThreeBlobs},
         // A pad touching the right edge leaves its column band open: it is not found.
-        ProjectionCase{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}},
-                       0,
-                       0,
-                       1,
-                       2,
-                       {{10, 20, 21, 21}, {50, 20, 21, 21}}},
+        PC{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}}, 0, 0, 1, 2,
+           {{10, 20, 21, 21}, {50, 20, 21, 21}}},
         // Only a row band (the column touches the right edge): the whole image is split by
         // rows. Only a column band (the row touches the bottom): split by columns.
-        ProjectionCase{
-            {{100, 5, 20, 10}, {100, 25, 20, 10}}, 0, 0, 2, 1, {{0, 5, 120, 11}, {0, 25, 120, 11}}},
-        ProjectionCase{
-            {{10, 40, 20, 20}, {50, 40, 20, 20}}, 0, 0, 1, 2, {{10, 0, 21, 60}, {50, 0, 21, 60}}}));
+        PC{{{100, 5, 20, 10}, {100, 25, 20, 10}}, 0, 0, 2, 1, {{0, 5, 120, 11}, {0, 25, 120, 11}}},
+        PC{{{10, 40, 20, 20}, {50, 40, 20, 20}}, 0, 0, 1, 2, {{10, 0, 21, 60}, {50, 0, 21, 60}}}));
 
 TEST(Projection, FailsWithoutAnyClosedBand) {
   EXPECT_FALSE(co::ProjectionSplit(PadField(kField, {{100, 40, 20, 20}}), Params(kField)));
