@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -108,7 +109,10 @@ INSTANTIATE_TEST_SUITE_P(
                  kUnchecked,
                  {kAny, kAny, kAny, kAny, NAN}}),
     [](const ::testing::TestParamInfo<StepCase>& info) {
-      return "Case" + std::to_string(info.index);
+      std::string name;
+      for (const char* p = info.param.why; *p != '\0'; ++p)
+        if (std::isalnum(static_cast<unsigned char>(*p))) name += *p;
+      return name;
     });
 
 TEST(StepPosition, WritesThePassThroughValuesEvenWhenRefused) {
