@@ -1,8 +1,8 @@
 // The buffer operations through the raw table, as the host calls them.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/host_library.hpp"
 
@@ -11,17 +11,17 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 using U8 = unsigned char*;
 
+// Three dark and three bright captures of a vignette: the table slot 24 writes for target
+// level 200 makes slot 25 flatten the bright captures. (The table's rules, even windows
+// among them, are checked in buffers_test.cpp.)
 TEST(HostBuffers, FlatFieldTableFromSlot24CorrectsAVignetteWithSlot25) {
   host::ImgObject img;
   const int w = 16, h = 12, area = w * h, run = 3 * area;
   Bytes stack(6 * area);
-  for (int i = 0; i < 6; ++i) {
-    for (int y = 0; y < h; ++y) {
-      for (int x = 0; x < w; ++x) {
-        const int edge = std::min({x, y, w - 1 - x, h - 1 - y});
-        stack[i * area + y * w + x] = static_cast<unsigned char>((i < 3 ? 150 : 60) + 8 * edge);
-      }
-    }
+  for (int i = 0; i < 6 * area; ++i) {
+    const int x = i % w, y = i / w % h;
+    const int edge = std::min({x, y, w - 1 - x, h - 1 - y});
+    stack[i] = static_cast<unsigned char>((i < run ? 150 : 60) + 8 * edge);
   }
   float para[10] = {0, 1, w, h, 1, 10, 0, 200, 250, 1};
   std::vector<float> table(2 * run, 0);
@@ -30,14 +30,7 @@ TEST(HostBuffers, FlatFieldTableFromSlot24CorrectsAVignetteWithSlot25) {
   EXPECT_EQ(a5, 0);
   Bytes corrected(run, 0);
   img.Call<int>(25, stack.data(), table.data(), run, corrected.data());
-  for (unsigned char v : corrected) EXPECT_NEAR(v, 200, 1);
-
-  para[4] = 2;  // an even window returns at once
-  a5 = 9;
-  std::vector<float> untouched(2 * run, -1);
-  EXPECT_EQ(img.Call<int>(24, stack.data(), para, 0, untouched.data(), &a5), 0);
-  EXPECT_EQ(a5, 0);
-  EXPECT_EQ(untouched, std::vector<float>(2 * run, -1));
+  EXPECT_EQ(corrected, Bytes(run, 200));
 }
 
 TEST(HostBuffers, Slot28FindsTheDominantLevelOfEachPlane) {
