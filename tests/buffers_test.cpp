@@ -153,8 +153,15 @@ TEST_P(FillBlackHolesWidth, BlockAndFusedPaintingGiveThePerPixelResult) {
   FillBlackHoles(planes.r.data, planes.g.data, planes.b.data, para, o5.data, o6.data, o7.data);
   EXPECT_TRUE(Same(planes.r, er) && Same(planes.g, eg) && Same(planes.b, eb));
   EXPECT_TRUE(Same(o5, er) && Same(o6, eg) && Same(o7, eb));
-  FillBlackHoles(again.r.data, again.g.data, again.b.data, para, again.g.data, o6.data, o7.data);
-  EXPECT_TRUE(Same(again.g, er) && Same(o6, er) && Same(again.b, eb) && Same(o7, eb));
+  // R's output starts one row into G: the copies must follow the painting plane by plane.
+  cv::Mat tall = cv::Mat::zeros(24, w, CV_8UC1);
+  again.g.copyTo(tall.rowRange(0, 23));
+  cv::Mat expectTall = tall.clone(), eR = again.r.clone(), eB = again.b.clone();
+  cv::Mat eG = expectTall.rowRange(0, 23);
+  PaintPixelByPixel(eR, eG, eB);
+  std::memmove(expectTall.data + w, eR.data, eR.total());
+  FillBlackHoles(again.r.data, tall.data, again.b.data, para, tall.data + w, o6.data, o7.data);
+  EXPECT_TRUE(Same(tall, expectTall) && Same(o6, expectTall.rowRange(0, 23)) && Same(o7, eB));
 }
 
 INSTANTIATE_TEST_SUITE_P(Widths, FillBlackHolesWidth, ::testing::Values(5, 16, 37, 203));
