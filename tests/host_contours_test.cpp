@@ -170,43 +170,30 @@ TEST(HostContours, Slot22FillsPolygonsFromTheIntegerArray) {
   EXPECT_EQ(fill(5).first, -1);
 }
 
-// A lead on a dark board, drawn 3 columns right of where the host expects it.
-struct LeadScene {
-  LeadScene() : image(kSize, 60, CV_8UC1, cv::Scalar(20)) {
-    cv::Mat reference = image.clone();
-    reference(cv::Rect(20, 10, 8, 20)).setTo(210);
-    reference(cv::Rect(20, 16, 8, 2)).setTo(100);
-    leadTemplate = reference(cv::Rect(17, 7, 14, 26)).clone();
-    image(cv::Rect(23, 10, 8, 20)).setTo(210);
-    image(cv::Rect(23, 16, 8, 2)).setTo(100);
-  }
-  Floats Para() const {
-    return {60,     kSize, 14, 26, 0, 5, 0.9f, 17 + 6.5f, 7 + 12.5f, 1.0f,
-            120.0f, 0,     0,  0,  0, 0, 0,    0,         0,         0};
-  }
-  cv::Mat image;
-  cv::Mat leadTemplate;
-};
-
-TEST(HostLead, Slot13CutsTheSideRegions) {
+// A lead on a dark board, drawn 3 columns right of where the host expects it (box centre
+// 23.5, 19.5, tolerance 1): slot 13 cuts the side regions, slot 16 judges the error.
+TEST(HostLead, Slots13And16FindTheLeadAndJudgeItsPosition) {
   host::ImgObject img;
-  LeadScene scene;
-  Floats para = scene.Para();
-  ASSERT_EQ(img.Call<int>(13, scene.image.data, scene.leadTemplate.data,
-                          static_cast<void*>(nullptr), para.data()),
-            0);
+  cv::Mat image(kSize, 60, CV_8UC1, cv::Scalar(20)), reference = image.clone();
+  for (const auto& [lead, x] : {std::pair{&reference, 20}, std::pair{&image, 23}}) {
+    (*lead)(cv::Rect(x, 10, 8, 20)).setTo(210);
+    (*lead)(cv::Rect(x, 16, 8, 2)).setTo(100);
+  }
+  cv::Mat leadTemplate = reference(cv::Rect(17, 7, 14, 26)).clone();
+  const Floats head = {60, kSize, 14, 26, 0, 5, 0.9f, 23.5f, 19.5f, 1.0f, 120.0f};
+  Floats para = head;
+  para.resize(20, 0.0f);
+  ASSERT_EQ(
+      img.Call<int>(13, image.data, leadTemplate.data, static_cast<void*>(nullptr), para.data()),
+      0);
   EXPECT_EQ(para[7], 1.0f);
   EXPECT_EQ(para[9], 26.5f);
   // Left region 5 columns before the box at column 20, right region after its 14 columns.
   EXPECT_EQ(Slice(para.data(), 11, 5), (Floats{15, 7, 5, 26, 34}));
-}
 
-TEST(HostLead, Slot16JudgesThePositionError) {
-  host::ImgObject img;
-  LeadScene scene;
-  Floats para = scene.Para();
+  para = head;
   float result[10] = {};
-  ASSERT_EQ(img.Call<int>(16, scene.image.data, scene.leadTemplate.data, para.data(), result), 0);
+  ASSERT_EQ(img.Call<int>(16, image.data, leadTemplate.data, para.data(), result), 0);
   EXPECT_EQ(result[0], 1.0f);
   EXPECT_EQ(Slice(result, 4, 2), (Floats{3, 0}));
   EXPECT_EQ(result[9], 1.0f);  // beyond the 1-pixel tolerance, sides dark
