@@ -199,31 +199,4 @@ TEST(HostLead, Slots13And16FindTheLeadAndJudgeItsPosition) {
   EXPECT_EQ(result[9], 1.0f);  // beyond the 1-pixel tolerance, sides dark
 }
 
-TEST(HostContours, EverySlotRefusesANullPlaneAndAZeroArea) {
-  host::ImgObject img;
-  HostPlane plane, other;
-  float result[16] = {};
-  int polygons[] = {0};
-  void* none = nullptr;
-  uchar* null = nullptr;
-  for (float width : {static_cast<float>(kSize), 0.0f}) {
-    // [2] and [3]: a threshold and the slot's own size, or the lead template's size.
-    Floats para = Para({{0, width}, {2, 4}, {3, 4}});
-    uchar* p = width == 0.0f ? plane.data() : null;  // null plane, or a plane of zero area
-    SCOPED_TRACE(width);
-    EXPECT_EQ(img.Call<int>(6, p, para.data(), other.data(), null, null), -1);
-    EXPECT_EQ(img.Call<int>(7, null, null, result, para.data(), result, p), -1);
-    EXPECT_EQ(img.Call<int>(8, p, para.data()), -1);
-    EXPECT_EQ(img.Call<int>(9, p, null, para.data(), null, result), -1);
-    EXPECT_EQ(img.Call<int>(15, p, para.data(), null, result), -1);
-    EXPECT_EQ(img.Call<int>(19, p, para.data(), none, result), -1);
-    EXPECT_EQ(img.Call<int>(21, null, null, other.data(), para.data(), 0, p), -1);
-    EXPECT_EQ(img.Call<int>(21, p, other.data(), other.data(), para.data(), 100, null), -1);
-    EXPECT_EQ(img.Call<int>(22, p, para.data(), none, polygons, null), -1);
-    EXPECT_EQ(img.Call<int>(34, other.data(), p, para.data()), -1);
-    EXPECT_EQ(img.Call<int>(13, p, other.data(), none, para.data()), -1);
-    EXPECT_EQ(img.Call<int>(16, p, other.data(), para.data(), result), -1);
-  }
-}
-
 }  // namespace
