@@ -2,12 +2,12 @@
 //
 //  1. Gradient words (magnitude and direction packed, see canny_rows.hpp) and the magnitude
 //     histogram, stripes in parallel with one histogram each. The thresholds need the whole
-//     histogram, so this pass stores the words for the next.
-//  2. Per stripe: suppression, then hysteresis inside the stripe. Every strong survivor starts
-//     a trace (which of them start one, and in which order, does not change the final set:
-//     every survivor 8-connected through survivors to a strong one). A trace stops at the
-//     stripe's first and last row and notes the edges there; one thread then continues from
-//     those notes over the whole map.
+//     histogram before any suppression can start.
+//  2. Per stripe: the gradient words again, suppression, then hysteresis inside the stripe.
+//     The final set is every survivor 8-connected through survivors to a strong one, whichever
+//     strong pixels start a trace and in whichever order, so only strong pixels beside a
+//     candidate start one. A trace stops at the stripe's first and last row and notes the
+//     edges there; one thread then continues from those notes over the whole map.
 //  3. Per stripe: the output, 255 on edges, counting them on the way.
 // The source is read only in pass 1, so dst may share its memory.
 #include "edges/canny_fast.hpp"
@@ -38,8 +38,8 @@ constexpr int kSubTables = 4;
 
 struct Kernels {
   void (*pack)(const canny_rows::SourceRows&, std::int16_t*);
-  void (*suppress)(const canny_rows::WordRows&, canny_rows::WordThresholds, canny_rows::MapRow,
-                   MapOffsets&);
+  void (*suppress)(const canny_rows::WordRows&, canny_rows::WordThresholds, unsigned char*);
+  void (*seeds)(const canny_rows::CellRows&, std::ptrdiff_t, MapOffsets&);
   long long (*write)(const unsigned char*, int, unsigned char*);
 };
 
@@ -48,15 +48,20 @@ void PackPortable(const canny_rows::SourceRows& rows, std::int16_t* words) {
 }
 
 void SuppressPortable(const canny_rows::WordRows& rows, canny_rows::WordThresholds thresholds,
-                      canny_rows::MapRow map, MapOffsets& strong) {
-  canny_rows::SuppressPortable(rows, 0, rows.cols, thresholds, map, strong);
+                      unsigned char* cells) {
+  canny_rows::SuppressPortable(rows, 0, rows.cols, thresholds, cells);
+}
+
+void FindSeedsPortable(const canny_rows::CellRows& rows, std::ptrdiff_t offset, MapOffsets& seeds) {
+  canny_rows::FindSeedsPortable(rows, 0, rows.cols, offset, seeds);
 }
 
 Kernels ChooseKernels(CannyKernels choice) {
   if (choice == CannyKernels::kBest && canny_rows::CpuHasAvx2()) {
-    return {canny_rows::PackGradientsAvx2, canny_rows::SuppressAvx2, canny_rows::WriteEdgesAvx2};
+    return {canny_rows::PackGradientsAvx2, canny_rows::SuppressAvx2, canny_rows::FindSeedsAvx2,
+            canny_rows::WriteEdgesAvx2};
   }
-  return {PackPortable, SuppressPortable, canny_rows::WriteEdgesPortable};
+  return {PackPortable, SuppressPortable, FindSeedsPortable, canny_rows::WriteEdgesPortable};
 }
 
 class Stripes {
@@ -92,22 +97,15 @@ class Stripes {
   int count_ = 1;
 };
 
-// Gradient words with a zero frame, and the edge map with a frame of kNotEdge; both are
-// indexed by image row and column. Each map row has one spare cell beyond its frame so the
-// trace can read four cells of a row without touching the next row, which may belong to a
-// stripe that another thread is working on.
+// The edge map with a frame of kNotEdge, indexed by image row and column. Each map row has one
+// spare cell beyond its frame so the trace can read four cells of a row without touching the
+// next row, which may belong to a stripe that another thread is working on.
 class Workspace {
  public:
-  explicit Workspace(cv::Size size)
-      : size_(size),
-        words_(size.height + 2, size.width + 2, CV_16SC1),
-        map_(size.height + 2, size.width + 3, CV_8UC1) {
-    words_.row(0).setTo(0);
-    words_.row(size.height + 1).setTo(0);
+  explicit Workspace(cv::Size size) : size_(size), map_(size.height + 2, size.width + 3, CV_8UC1) {
     map_.row(0).setTo(canny_rows::kNotEdge);
     map_.row(size.height + 1).setTo(canny_rows::kNotEdge);
   }
-  std::int16_t* Words(int row) { return words_.ptr<std::int16_t>(row + 1) + 1; }
   // Column 0 of a map row; its frame cells are [-1], [cols] and the spare [cols + 1].
   unsigned char* Cells(int row) { return map_.ptr<unsigned char>(row + 1) + 1; }
   unsigned char* MapBase() { return map_.data; }
@@ -117,7 +115,6 @@ class Workspace {
 
  private:
   cv::Size size_;
-  cv::Mat words_;
   cv::Mat map_;
 };
 
@@ -180,19 +177,45 @@ class SourceWindow {
   int readableLast_ = 0;
 };
 
-// Pass 1: the gradient words of every row and the histogram of their magnitudes.
-Histogram MeasureGradients(const cv::Mat& image, const Stripes& stripes, const Kernels& kernels,
-                           Workspace& space) {
+// The gradient words of three consecutive rows as a stripe moves down, with zero words
+// around the image. Both passes compute them: keeping the words of the whole image between
+// the passes costs more (memory traffic, fresh pages on every call) than computing them twice.
+class GradientRing {
+ public:
+  GradientRing(const cv::Mat& image, const Kernels& kernels)
+      : source_(image),
+        kernels_(kernels),
+        rows_(image.rows),
+        step_(static_cast<std::size_t>(image.cols) + 2),
+        words_(4 * step_, 0) {}
+  // Computes the words of `row` (nothing outside the image), replacing those of row - 3.
+  void Compute(int row) {
+    if (row >= 0 && row < rows_) kernels_.pack(source_.Around(row), Slot(row % 3));
+  }
+  // Column 0 of a computed row; columns -1 and cols are zero. Outside the image: all zero.
+  const std::int16_t* Row(int row) { return row < 0 || row >= rows_ ? Slot(3) : Slot(row % 3); }
+
+ private:
+  std::int16_t* Slot(int slot) {
+    return words_.data() + static_cast<std::size_t>(slot) * step_ + 1;
+  }
+
+  SourceWindow source_;
+  Kernels kernels_;
+  int rows_;
+  std::size_t step_;
+  std::vector<std::int16_t> words_;
+};
+
+// Pass 1: the histogram of the gradient magnitudes.
+Histogram MeasureGradients(const cv::Mat& image, const Stripes& stripes, const Kernels& kernels) {
   std::vector<StripeHistogram> partial(static_cast<std::size_t>(stripes.Count()));
-  const SourceWindow window(image);
   stripes.ForEach([&](int stripe) {
     StripeHistogram& histogram = partial[static_cast<std::size_t>(stripe)];
+    GradientRing words(image, kernels);
     for (int row = stripes.Begin(stripe); row < stripes.End(stripe); ++row) {
-      std::int16_t* words = space.Words(row);
-      words[-1] = 0;
-      words[image.cols] = 0;
-      kernels.pack(window.Around(row), words);
-      histogram.Add(words, image.cols);
+      words.Compute(row);
+      histogram.Add(words.Row(row), image.cols);
     }
   });
   Histogram merged;
@@ -262,23 +285,40 @@ void Trace(Workspace& space, MapOffsets& stack, const TraceLimits& limits, MapOf
   }
 }
 
-// Pass 2 for one stripe: suppression of its rows, then hysteresis inside it.
-void SuppressAndTraceStripe(const Stripes& stripes, int stripe, const Kernels& kernels,
-                            canny_rows::WordThresholds thresholds, Workspace& space,
-                            MapOffsets& border) {
+// Pass 2 for one stripe: suppression of its rows, then hysteresis inside it. Seeds of a row
+// are taken once the row below is suppressed. Rows of other stripes are never read (other
+// threads write them): on the first and last row every edge is a seed, as if the other
+// stripe held candidates all along, so that each is noted for the hand-over.
+void SuppressAndTraceStripe(const cv::Mat& image, const Stripes& stripes, int stripe,
+                            const Kernels& kernels, canny_rows::WordThresholds thresholds,
+                            Workspace& space, MapOffsets& border) {
   const int begin = stripes.Begin(stripe);
   const int end = stripes.End(stripe);
-  const int cols = space.Size().width;
+  const int cols = image.cols;
+  const std::vector<unsigned char> open(static_cast<std::size_t>(cols) + 2, canny_rows::kCandidate);
+  const auto cellsOrOpen = [&](int row) {
+    const bool otherStripe = (row < begin && begin > 0) || (row >= end && end < image.rows);
+    return otherStripe ? open.data() + 1 : space.Cells(row);
+  };
   MapOffsets stack;
+  const auto findSeeds = [&](int row) {
+    kernels.seeds({cellsOrOpen(row - 1), space.Cells(row), cellsOrOpen(row + 1), cols},
+                  space.Offset(row, 0), stack);
+  };
+  GradientRing words(image, kernels);
+  words.Compute(begin - 1);
+  words.Compute(begin);
   for (int row = begin; row < end; ++row) {
-    const canny_rows::WordRows rows{space.Words(row - 1), space.Words(row), space.Words(row + 1),
-                                    cols};
+    words.Compute(row + 1);
+    const canny_rows::WordRows rows{words.Row(row - 1), words.Row(row), words.Row(row + 1), cols};
     unsigned char* cells = space.Cells(row);
     cells[-1] = canny_rows::kNotEdge;
     cells[cols] = canny_rows::kNotEdge;
     cells[cols + 1] = canny_rows::kNotEdge;
-    kernels.suppress(rows, thresholds, {cells, space.Offset(row, 0)}, stack);
+    kernels.suppress(rows, thresholds, cells);
+    if (row > begin) findSeeds(row - 1);
   }
+  findSeeds(end - 1);
   TraceLimits limits;
   limits.firstRowEnd = space.Offset(begin + 1, -1);
   limits.lastRowBegin = space.Offset(end - 1, -1);
@@ -288,13 +328,13 @@ void SuppressAndTraceStripe(const Stripes& stripes, int stripe, const Kernels& k
 }
 
 // Pass 2 for the whole image.
-void SuppressAndTrace(const Stripes& stripes, const Kernels& kernels, CannyThresholds thresholds,
-                      Workspace& space) {
+void SuppressAndTrace(const cv::Mat& image, const Stripes& stripes, const Kernels& kernels,
+                      CannyThresholds thresholds, Workspace& space) {
   const canny_rows::WordThresholds words =
       canny_rows::ToWordThresholds(thresholds.low, thresholds.high);
   std::vector<MapOffsets> borders(static_cast<std::size_t>(stripes.Count()));
   stripes.ForEach([&](int stripe) {
-    SuppressAndTraceStripe(stripes, stripe, kernels, words, space,
+    SuppressAndTraceStripe(image, stripes, stripe, kernels, words, space,
                            borders[static_cast<std::size_t>(stripe)]);
   });
   if (stripes.Count() == 1) return;
@@ -337,14 +377,14 @@ void DetectCannyEdges(cv::InputArray src, cv::OutputArray dst, const CannyReques
   const Kernels kernels = ChooseKernels(request.kernels);
   const Stripes stripes(image, request.stripes);
   Workspace space(image.size());
-  const Histogram histogram = MeasureGradients(image, stripes, kernels, space);
+  const Histogram histogram = MeasureGradients(image, stripes, kernels);
   CannyThresholds thresholds = request.given;
   if (request.automaticThresholds) {
     const long long pixelCount = static_cast<long long>(image.rows) * image.cols;
     thresholds = AutoCannyThresholds(histogram.counts, histogram.maxMagnitude, pixelCount,
                                      request.l2gradient);
   }
-  SuppressAndTrace(stripes, kernels, thresholds, space);
+  SuppressAndTrace(image, stripes, kernels, thresholds, space);
   dst.create(image.size(), CV_8UC1);
   cv::Mat out = dst.getMat();
   const long long edges = WriteEdges(stripes, kernels, space, out);

@@ -67,18 +67,28 @@ void PackGradientsPortable(const SourceRows& rows, int from, int to, std::int16_
   }
 }
 
-void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds, MapRow map,
-                      MapOffsets& strong) {
+void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds,
+                      unsigned char* cells) {
   for (int col = from; col < to; ++col) {
     const int word = rows.here[col];
     if (word <= thresholds.lowWord || !IsDirectionalMaximum(rows, col)) {
-      map.cells[col] = kNotEdge;
-    } else if (word > thresholds.highWord) {
-      map.cells[col] = kEdge;
-      strong.push_back(map.offset + col);
+      cells[col] = kNotEdge;
     } else {
-      map.cells[col] = kCandidate;
+      cells[col] = word > thresholds.highWord ? kEdge : kCandidate;
     }
+  }
+}
+
+void FindSeedsPortable(const CellRows& rows, int from, int to, std::ptrdiff_t offset,
+                       MapOffsets& seeds) {
+  for (int col = from; col < to; ++col) {
+    if (rows.here[col] != kEdge) continue;
+    bool open = false;
+    for (const unsigned char* cells : {rows.above, rows.here, rows.below}) {
+      open = open || cells[col - 1] == kCandidate || cells[col] == kCandidate ||
+             cells[col + 1] == kCandidate;
+    }
+    if (open) seeds.push_back(offset + col);
   }
 }
 

@@ -55,10 +55,12 @@ struct WordRows {
   int cols;
 };
 
-// Where a row of the map lies: `cells` is column 0, `offset` its position in the whole map.
-struct MapRow {
-  unsigned char* cells;
-  std::ptrdiff_t offset;
+// Three rows of map cells; columns -1 and cols are readable.
+struct CellRows {
+  const unsigned char* above;
+  const unsigned char* here;
+  const unsigned char* below;
+  int cols;
 };
 
 using MapOffsets = std::vector<std::ptrdiff_t>;
@@ -67,11 +69,18 @@ using MapOffsets = std::vector<std::ptrdiff_t>;
 void PackGradientsPortable(const SourceRows& rows, int from, int to, std::int16_t* words);
 void PackGradientsAvx2(const SourceRows& rows, std::int16_t* words);
 
-// Map cells of columns [from, to) of a row; every strong survivor (m > high) is marked an
-// edge and its map offset appended to `strong`.
-void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds, MapRow map,
-                      MapOffsets& strong);
-void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, MapRow map, MapOffsets& strong);
+// Map cells of columns [from, to) of a row: kNotEdge, kCandidate, or kEdge for strong
+// survivors (m > high).
+void SuppressPortable(const WordRows& rows, int from, int to, WordThresholds thresholds,
+                      unsigned char* cells);
+void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, unsigned char* cells);
+
+// Appends the map offset (that of column 0 plus the column) of every edge in columns
+// [from, to) of the middle row that has a candidate among its eight neighbours: only those
+// can grow an edge, so only those need to start a trace.
+void FindSeedsPortable(const CellRows& rows, int from, int to, std::ptrdiff_t offset,
+                       MapOffsets& seeds);
+void FindSeedsAvx2(const CellRows& rows, std::ptrdiff_t offset, MapOffsets& seeds);
 
 // 255 where the map holds an edge, 0 elsewhere, for `cols` cells; returns the edge count.
 long long WriteEdgesPortable(const unsigned char* cells, int cols, unsigned char* out);

@@ -22,6 +22,10 @@ IMGTARN_AVX2 inline __m256i LoadWords(const std::int16_t* p) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
 }
 
+IMGTARN_AVX2 inline __m256i LoadCells(const unsigned char* p) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
 // Sixteen gradient words from columns [col, col + 16), all neighbours inside the row.
 //
 // The direction tests of the portable kernel, ay * 2^15 < ax * 13573 and
@@ -103,25 +107,42 @@ IMGTARN_AVX2 void PackGradientsAvx2(const SourceRows& rows, std::int16_t* words)
   PackGradientsPortable(rows, std::max(col, 1), rows.cols, words);
 }
 
-IMGTARN_AVX2 void SuppressAvx2(const WordRows& rows, WordThresholds thresholds, MapRow map,
-                               MapOffsets& strong) {
+IMGTARN_AVX2 void SuppressAvx2(const WordRows& rows, WordThresholds thresholds,
+                               unsigned char* cells) {
   const __m256i lowWord = _mm256_set1_epi16(thresholds.lowWord);
   const __m256i highWord = _mm256_set1_epi16(thresholds.highWord);
-  const __m256i edge = _mm256_set1_epi8(static_cast<char>(kEdge));
   int col = 0;
   for (; col + 32 <= rows.cols; col += 32) {
     const __m256i first = SuppressionValues(rows, col, lowWord, highWord);
     const __m256i second = SuppressionValues(rows, col + 16, lowWord, highWord);
     // The pack interleaves 128-bit halves; the permutation puts the columns back in order.
-    const __m256i cells = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(map.cells + col), cells);
-    unsigned bits = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(cells, edge)));
+    const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(cells + col), packed);
+  }
+  SuppressPortable(rows, col, rows.cols, thresholds, cells);
+}
+
+IMGTARN_AVX2 void FindSeedsAvx2(const CellRows& rows, std::ptrdiff_t offset, MapOffsets& seeds) {
+  const __m256i edge = _mm256_set1_epi8(static_cast<char>(kEdge));
+  int col = 0;
+  for (; col + 32 <= rows.cols; col += 32) {
+    // The smallest of the nine cells around a column is 0 where a candidate is among them.
+    __m256i least = LoadCells(rows.here + col - 1);
+    least = _mm256_min_epu8(least, LoadCells(rows.here + col + 1));
+    for (const unsigned char* cells : {rows.above, rows.below}) {
+      least = _mm256_min_epu8(least, LoadCells(cells + col - 1));
+      least = _mm256_min_epu8(least, LoadCells(cells + col));
+      least = _mm256_min_epu8(least, LoadCells(cells + col + 1));
+    }
+    const __m256i open = _mm256_cmpeq_epi8(least, _mm256_setzero_si256());
+    const __m256i isEdge = _mm256_cmpeq_epi8(LoadCells(rows.here + col), edge);
+    unsigned bits = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_and_si256(open, isEdge)));
     while (bits != 0) {
-      strong.push_back(map.offset + col + __builtin_ctz(bits));
+      seeds.push_back(offset + col + __builtin_ctz(bits));
       bits &= bits - 1;
     }
   }
-  SuppressPortable(rows, col, rows.cols, thresholds, map, strong);
+  FindSeedsPortable(rows, col, rows.cols, offset, seeds);
 }
 
 IMGTARN_AVX2 long long WriteEdgesAvx2(const unsigned char* cells, int cols, unsigned char* out) {
