@@ -131,11 +131,13 @@ std::vector<SpillCase> SpillCases() {
   const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
   cases.push_back({"margin", Mask(kPlane, {kPad}), Mask(kPlane, {kInside})});
   cases.push_back({"no outside", Mask(kPlane, {kPad}), everywhere});
-  cases.push_back({"first step out", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(20, 20, 21, 20)})});
+  cases.push_back(
+      {"first step out", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(20, 20, 21, 20)})});
   cases.push_back({"pad outside", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(0, 0, 25, 60)})});
   cases.push_back({"empty pad", cv::Mat::zeros(kPlane, CV_8UC1), Mask(kPlane, {kInside})});
   cases.push_back({"corner pad", Mask(kPlane, {cv::Rect(0, 0, 3, 2)}, 7), everywhere});
-  cases.push_back({"edge pad", Mask(kPlane, {cv::Rect(55, 10, 5, 5)}), Mask(kPlane, {kInside}, 254)});
+  cases.push_back(
+      {"edge pad", Mask(kPlane, {cv::Rect(55, 10, 5, 5)}), Mask(kPlane, {kInside}, 254)});
   cases.push_back({"two pads", Mask(kPlane, {cv::Rect(5, 5, 4, 4), cv::Rect(45, 30, 6, 9)}),
                    Mask(kPlane, {cv::Rect(0, 0, 60, 50)})});
   // More than 255 rings: the first rings' weights truncate to 0 and take the next ones'.
@@ -286,19 +288,15 @@ struct OverlayPlanes {
   }
 };
 
-TEST(FollowCadOverlay, RefusesNullPlanesUntouchedAndZeroAreaWithScoreZero) {
+TEST(FollowCadOverlay, RefusesNullPlanesAndZeroAreaRoundsSizesAndLeavesTheMeasuredPlane) {
   OverlayPlanes planes;
   float para[3] = {60, 60, 0};
   EXPECT_EQ(co::FollowCadOverlay(nullptr, planes.boundary.data, planes.measured.data, para,
                                  &planes.score),
             -1);
-  EXPECT_EQ(planes.score, -5.0f);
+  EXPECT_EQ(planes.score, -5.0f);  // untouched
   EXPECT_EQ(planes.Run(0, 0.4f, 60), -1);  // rounds to 0
   EXPECT_EQ(planes.score, 0.0f);
-}
-
-TEST(FollowCadOverlay, RoundsSizesAndLeavesTheMeasuredPlaneAlone) {
-  OverlayPlanes planes;
   const cv::Mat before = planes.measured.clone();
   ASSERT_EQ(planes.Run(0, 59.6f, 59.5f), 0);
   EXPECT_GT(planes.score, 0.5f);
@@ -569,19 +567,13 @@ TEST(LoadTemplates, ReadsBlocksBackToBackAndNothingWithoutRectsOrCount) {
   EXPECT_TRUE(co::LoadTemplates(pixels, rects, 0, false).empty());
 }
 
-TEST(MatchOneTemplate, OwnPadScoresOneAndAnEmptyTemplateZero) {
+TEST(MatchOneTemplate, OwnPadScoresOneAnEmptyTemplateZeroAndALargerOneFitsInsideABorder) {
   const cv::Mat scene = Mask(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});
-  const cv::Mat pad = cv::Mat(25, 30, CV_8UC1, cv::Scalar(255));
-  EXPECT_NEAR(co::MatchOneTemplate(scene, pad), 1.0f, 1e-5f);
+  EXPECT_NEAR(co::MatchOneTemplate(scene, cv::Mat(25, 30, CV_8UC1, cv::Scalar(255))), 1.0f, 1e-5f);
   EXPECT_EQ(co::MatchOneTemplate(scene, cv::Mat::zeros(8, 8, CV_8UC1)), 0.0f);
-}
-
-TEST(MatchOneTemplate, TemplateLargerThanTheSceneIsMatchedInsideABorder) {
-  const cv::Mat scene = Mask({30, 20}, {{5, 5, 20, 10}});
-  const cv::Mat templ = Mask({40, 20}, {{10, 5, 20, 10}});  // 10 wider: dx = -9
-  const float score = co::MatchOneTemplate(scene, templ);
-  EXPECT_TRUE(std::isfinite(score));
-  EXPECT_NEAR(score, 1.0f, 1e-5f);  // the border gives the pad room to sit under the template
+  // 10 wider than the scene (dx = -9): the border gives the pad room to sit under it.
+  const cv::Mat small = Mask({30, 20}, {{5, 5, 20, 10}});
+  EXPECT_NEAR(co::MatchOneTemplate(small, Mask({40, 20}, {{10, 5, 20, 10}})), 1.0f, 1e-5f);
 }
 
 TEST(ShapeAgreement, IdenticalIsOneAndMissingPartsLowerIt) {
@@ -606,30 +598,23 @@ TEST(FollowPatch, BlobTooLargeAfterScalingIsScaledAgainToFit) {
   EXPECT_EQ(cv::countNonZero(patch != templ), 0);
 }
 
-TEST(MatchPadTemplates, ZeroesTheFirstScoreAndStopsWithoutTemplates) {
-  cv::Mat image = PadField(kField, kRowOfThree);
-  float para[7] = {120, 60, 1, 0, 0, 0, 0};
-  float scores[2] = {5, 5};
-  unsigned char pixels[4] = {};
-  int rects[4] = {0, 0, 2, 2};
-  EXPECT_EQ(co::MatchPadTemplates(image.data, para, scores, pixels, rects), -1);
-  EXPECT_EQ(scores[0], 0.0f);
-  EXPECT_EQ(scores[1], 5.0f);
-}
-
-TEST(MatchPadTemplates, DebugOffShowsNothing) {
+TEST(MatchPadTemplates, StopsWithoutTemplatesAndShowsOnlyWhenAsked) {
   RecordingSink sink;
   ScopedSink scope(&sink);
   cv::Mat image = PadField(kField, kRowOfThree);
-  float para[7] = {120, 60, 1, 0, 0, 0, 1};
+  float para[7] = {120, 60, 1, 0, 0, 0, 0};
+  float scores[2] = {5, 5};
   std::vector<unsigned char> pixels(400, 255);
   int rects[4] = {0, 0, 20, 20};
-  float score = 0;
-  EXPECT_EQ(co::MatchPadTemplates(image.data, para, &score, pixels.data(), rects), 0);
-  EXPECT_GT(score, 0.99f);
+  EXPECT_EQ(co::MatchPadTemplates(image.data, para, scores, pixels.data(), rects), -1);
+  EXPECT_EQ(scores[0], 0.0f);  // zeroed first, then no template to score
+  EXPECT_EQ(scores[1], 5.0f);
+  para[6] = 1;
+  EXPECT_EQ(co::MatchPadTemplates(image.data, para, scores, pixels.data(), rects), 0);
+  EXPECT_GT(scores[0], 0.99f);
   EXPECT_TRUE(sink.Empty());
   para[3] = 1;
-  co::MatchPadTemplates(image.data, para, &score, pixels.data(), rects);
+  co::MatchPadTemplates(image.data, para, scores, pixels.data(), rects);
   const std::vector<std::string> titles = {"拆解图0", "tmp/debug_Sobel", "tmp/debug_threshold"};
   EXPECT_EQ(sink.Titles(), titles);
 }
