@@ -15,28 +15,31 @@ namespace {
 constexpr int kDetectEdgesCanny = 23;
 using Bytes = std::vector<unsigned char>;
 
-// The raw map equals OpenCV's Canny with the two thresholds the operation reports.
+// The raw map equals OpenCV's Canny with the two thresholds the operation reports, on a plane
+// small enough for one thread and on one the library splits into row stripes.
 TEST(HostEdges, RawEdgeMapMatchesCannyWithTheReportedThresholds) {
   host::ImgObject img;
-  const int width = 131, height = 97;
-  cv::Mat noise(height, width, CV_8UC1), plane;
-  cv::RNG(2323).fill(noise, cv::RNG::UNIFORM, 0, 256);
-  cv::GaussianBlur(noise, plane, cv::Size(7, 7), 2.0);
-  cv::circle(plane, cv::Point(width / 2, height / 2), height / 4, cv::Scalar(240), cv::FILLED);
-  Bytes dst(width * height, 7);
-  float para[4] = {width, height, 0, 0}, result[4] = {-1, -1, -1, -1};
-  ASSERT_EQ(img.Call<int>(kDetectEdgesCanny, plane.data, para, dst.data(), result), 0);
-  EXPECT_GT(result[1], result[0]);
-  cv::Mat expected;
-  cv::Canny(plane, expected, result[0], result[1], 3, false);
-  EXPECT_EQ(cv::countNonZero(cv::Mat(height, width, CV_8UC1, dst.data()) != expected), 0);
-  EXPECT_EQ(result[2], static_cast<float>(cv::countNonZero(expected)));
-  EXPECT_EQ(result[3], 0.0f);
+  for (const auto& [width, height] : {std::pair{131, 97}, std::pair{700, 523}}) {
+    cv::Mat noise(height, width, CV_8UC1), plane;
+    cv::RNG(2323).fill(noise, cv::RNG::UNIFORM, 0, 256);
+    cv::GaussianBlur(noise, plane, cv::Size(7, 7), 2.0);
+    cv::circle(plane, cv::Point(width / 2, height / 2), height / 4, cv::Scalar(240), cv::FILLED);
+    Bytes dst(width * height, 7);
+    float para[4] = {static_cast<float>(width), static_cast<float>(height), 0, 0};
+    float result[4] = {-1, -1, -1, -1};
+    ASSERT_EQ(img.Call<int>(kDetectEdgesCanny, plane.data, para, dst.data(), result), 0);
+    EXPECT_GT(result[1], result[0]);
+    cv::Mat expected;
+    cv::Canny(plane, expected, result[0], result[1], 3, false);
+    EXPECT_EQ(cv::countNonZero(cv::Mat(height, width, CV_8UC1, dst.data()) != expected), 0);
+    EXPECT_EQ(result[2], static_cast<float>(cv::countNonZero(expected)));
+    EXPECT_EQ(result[3], 0.0f);
 
-  // The host may pass one buffer as source and destination.
-  Bytes inPlace(plane.data, plane.data + width * height);
-  ASSERT_EQ(img.Call<int>(kDetectEdgesCanny, inPlace.data(), para, inPlace.data(), result), 0);
-  EXPECT_EQ(inPlace, dst);
+    // The host may pass one buffer as source and destination.
+    Bytes inPlace(plane.data, plane.data + width * height);
+    ASSERT_EQ(img.Call<int>(kDetectEdgesCanny, inPlace.data(), para, inPlace.data(), result), 0);
+    EXPECT_EQ(inPlace, dst);
+  }
 }
 
 // para[2] = 1 selects the contour stage and para[4] is its minimum area: two pads and a speck.
