@@ -119,6 +119,13 @@ IMGTARN_AVX2 void SuppressAvx2(const WordRows& rows, WordThresholds thresholds,
     const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(cells + col), packed);
   }
+  if (col + 16 <= rows.cols) {
+    const __m256i values = SuppressionValues(rows, col, lowWord, highWord);
+    const __m128i packed =
+        _mm_packus_epi16(_mm256_castsi256_si128(values), _mm256_extracti128_si256(values, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(cells + col), packed);
+    col += 16;
+  }
   SuppressPortable(rows, col, rows.cols, thresholds, cells);
 }
 
