@@ -1,6 +1,7 @@
-// Row kernels of the fast Canny detector: packing a row of gradients, and suppressing a row of
-// non-maxima. Each kernel has a portable version and an AVX2 version that gives the same words
-// and the same map bytes; the AVX2 ones may only run where the CPU has AVX2.
+// Row kernels of the fast Canny detector: packing a row of gradients, suppressing a row of
+// non-maxima, finding the edges that start a trace and writing the output. Each kernel has a
+// portable version and an AVX2 version that gives the same words, map cells and seeds; the
+// AVX2 ones may only run where the CPU has AVX2.
 #ifndef IMGTARN_EDGES_CANNY_ROWS_HPP
 #define IMGTARN_EDGES_CANNY_ROWS_HPP
 
