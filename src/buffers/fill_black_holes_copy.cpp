@@ -48,14 +48,15 @@ class FillAndCopyBody : public cv::ParallelLoopBody {
   // Paints the black pixels of columns [from, to) of one row in the input planes.
   void PaintRow(unsigned char* const in[3], int from, int to) const {
     const __m128i limit = _mm_set1_epi8(static_cast<char>(kBlackLimit));
-    const auto atMost = [&](__m128i v) { return _mm_cmpeq_epi8(_mm_min_epu8(v, limit), v); };
     const auto load = [](const unsigned char* p) {
       return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     };
     int x = from;
     for (; x + 16 <= to; x += 16) {
       const __m128i v[3] = {load(in[0] + x), load(in[1] + x), load(in[2] + x)};
-      const __m128i black = _mm_and_si128(_mm_and_si128(atMost(v[0]), atMost(v[1])), atMost(v[2]));
+      // Black where the largest of the three channels is at most the limit.
+      const __m128i largest = _mm_max_epu8(_mm_max_epu8(v[0], v[1]), v[2]);
+      const __m128i black = _mm_cmpeq_epi8(_mm_min_epu8(largest, limit), largest);
       if (_mm_movemask_epi8(black) == 0) continue;  // most blocks hold no black pixel
       for (int c = 0; c < 3; ++c) {
         const __m128i fill = _mm_set1_epi8(static_cast<char>(colour_[c]));
