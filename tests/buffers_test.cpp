@@ -49,52 +49,51 @@ struct ColourImage {
   }
 };
 
-const Rgb kRef = {100, 150, 200}, kBlack = {0, 0, 0};
+const Rgb kRef = {100, 150, 200}, kBlack = {0, 0, 0}, kGrey = {60, 60, 60};
 
-// 40 x 40: the box is found from every second row and column; its last row and column are
-// exclusive. Parameterised over the thread count.
-class FillBlackHolesBox : public ::testing::TestWithParam<float> {};
+struct HoleCase {
+  int w, h;
+  Rgb background, reference;
+  float threads;
+  std::vector<std::pair<cv::Rect, Rgb>> fills;  // inclusive corners (x0, y0, x1, y1)
+  std::vector<std::pair<cv::Point, Rgb>> probes;
+};
+class FillBlackHolesBox : public ::testing::TestWithParam<HoleCase> {};
 
 TEST_P(FillBlackHolesBox, PaintsBlackInsideTheBoxOnly) {
+  const HoleCase& c = GetParam();
   const int saved = cv::getNumThreads();
-  ColourImage img(40, 40, {60, 60, 60});
-  img.Fill(8, 10, 31, 29, kRef);
-  img.Fill(12, 14, 15, 17, kBlack);     // inside
-  img.Fill(20, 29, 20, 29, kBlack);     // on the last row of the box
-  img.Fill(31, 20, 31, 20, kBlack);     // on the last column
-  img.Fill(2, 2, 2, 2, kBlack);         // outside
-  img.Fill(20, 20, 20, 20, {5, 5, 5});  // black enough
-  img.Fill(21, 20, 21, 20, {5, 5, 6});
-  img.Run(GetParam());
-  EXPECT_EQ(img.At(12, 14), kRef);
-  EXPECT_EQ(img.At(15, 17), kRef);
-  EXPECT_EQ(img.At(20, 20), kRef);
-  EXPECT_EQ(img.At(21, 20), (Rgb{5, 5, 6}));
-  EXPECT_EQ(img.At(20, 29), kBlack);
-  EXPECT_EQ(img.At(31, 20), kBlack);
-  EXPECT_EQ(img.At(2, 2), kBlack);
-  EXPECT_EQ(cv::getNumThreads(), GetParam() == 2 ? 2 : saved);
+  ColourImage img(c.w, c.h, c.background);
+  for (const auto& [corners, colour] : c.fills)
+    img.Fill(corners.x, corners.y, corners.width, corners.height, colour);
+  img.Run(c.threads, c.reference);
+  for (const auto& [at, colour] : c.probes) EXPECT_EQ(img.At(at.x, at.y), colour) << at;
+  EXPECT_EQ(cv::getNumThreads(), c.threads == 2 ? 2 : saved);
   cv::setNumThreads(saved);
 }
 
-INSTANTIATE_TEST_SUITE_P(Threads, FillBlackHolesBox, ::testing::Values(0.0f, 2.0f));
-
-TEST(FillBlackHoles, NarrowPlanesTerminateAndScanEverySample) {
-  for (const auto& [w, h] : std::vector<std::pair<int, int>>{{7, 3}, {3, 30}, {30, 3}}) {
-    ColourImage img(w, h, kRef);
-    img.Fill(1, 1, 1, 1, kBlack);
-    img.Run(0);
-    EXPECT_EQ(img.At(1, 1), kRef) << w << "x" << h;
-  }
-}
-
-TEST(FillBlackHoles, NearBlackReferenceSpansTheBlackAreaItself) {
-  ColourImage img(40, 40, {90, 90, 90});
-  img.Fill(10, 10, 29, 29, kBlack);
-  img.Run(0, {259, 3, 3});  // 259 keeps its low byte, 3
-  EXPECT_EQ(img.At(10, 10), (Rgb{3, 3, 3}));
-  EXPECT_EQ(img.At(29, 29), kBlack);  // last row and column of the box
-}
+// 40 x 40: the box is found from every second row and column; its last row and column are
+// exclusive. The black pixel (5, 5, 5) is painted, (5, 5, 6) is not.
+const std::vector<std::pair<cv::Rect, Rgb>> kBoxFills = {
+    {{8, 10, 31, 29}, kRef},   {{12, 14, 15, 17}, kBlack}, {{20, 29, 20, 29}, kBlack},
+    {{31, 20, 31, 20}, kBlack}, {{2, 2, 2, 2}, kBlack},    {{20, 20, 20, 20}, {5, 5, 5}},
+    {{21, 20, 21, 20}, {5, 5, 6}}};
+const std::vector<std::pair<cv::Point, Rgb>> kBoxProbes = {
+    {{12, 14}, kRef},  {{15, 17}, kRef},   {{20, 20}, kRef}, {{21, 20}, {5, 5, 6}},
+    {{20, 29}, kBlack}, {{31, 20}, kBlack}, {{2, 2}, kBlack}};
+const std::vector<std::pair<cv::Rect, Rgb>> kOneHole = {{{1, 1, 1, 1}, kBlack}};
+INSTANTIATE_TEST_SUITE_P(
+    Planes, FillBlackHolesBox,
+    ::testing::Values(HoleCase{40, 40, kGrey, kRef, 0, kBoxFills, kBoxProbes},
+                      HoleCase{40, 40, kGrey, kRef, 2, kBoxFills, kBoxProbes},
+                      // Narrow planes: the sampling step is at least 1, every sample is scanned.
+                      HoleCase{7, 3, kRef, kRef, 0, kOneHole, {{{1, 1}, kRef}}},
+                      HoleCase{3, 30, kRef, kRef, 0, kOneHole, {{{1, 1}, kRef}}},
+                      HoleCase{30, 3, kRef, kRef, 0, kOneHole, {{{1, 1}, kRef}}},
+                      // A near-black reference (259 keeps its low byte, 3) spans the black
+                      // area itself; its last row and column stay black.
+                      HoleCase{40, 40, {90, 90, 90}, {259, 3, 3}, 0, {{{10, 10, 29, 29}, kBlack}},
+                               {{{10, 10}, {3, 3, 3}}, {{29, 29}, kBlack}}}));
 
 // Dark noisy planes of widths that leave partial blocks of sixteen, with the reference colour
 // at two corners so that the box covers nearly all of them.
