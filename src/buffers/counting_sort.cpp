@@ -1,9 +1,9 @@
 // Counting sort of integer values with an optional stable permutation (slot 35).
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <vector>
-
-#include <emmintrin.h>
 
 #include "buffers/buffers.hpp"
 
@@ -95,8 +95,7 @@ int DeliveredCount(const std::vector<int>& counts, const CountingSortParams& p, 
 }
 
 // The first output position of each value in delivery order; -1 for values not delivered.
-std::vector<int> DeliveryPositions(const std::vector<int>& counts, bool ascending,
-                                   int delivered) {
+std::vector<int> DeliveryPositions(const std::vector<int>& counts, bool ascending, int delivered) {
   const int size = static_cast<int>(counts.size());
   std::vector<int> next(counts.size(), -1);
   int written = 0;
@@ -178,8 +177,7 @@ int SortSpread(int* values, int* permutation, const CountingSortParams& params) 
   if (params.firstK != 0) {
     // Through all repetitions of the value that brings the count to K or more.
     delivered = std::min(std::max(params.firstK, 1), n);
-    while (delivered < n && values[order[delivered]] == values[order[delivered - 1]])
-      ++delivered;
+    while (delivered < n && values[order[delivered]] == values[order[delivered - 1]]) ++delivered;
   }
   std::vector<int> sorted(static_cast<std::size_t>(delivered));
   for (int i = 0; i < delivered; ++i) sorted[i] = values[order[i]];

@@ -2,12 +2,11 @@
 // three planes is read once from memory, painted inside the box and copied to its output plane
 // while it is still in the cache, instead of a painting pass over the box followed by three
 // whole-plane copies.
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-
-#include <emmintrin.h>
-
 #include <opencv2/core.hpp>
 #include <opencv2/core/utility.hpp>
 

@@ -71,8 +71,8 @@ double CoverageScore(const cv::Mat& measured, const OverlayReference& reference,
   for (int y = 0; y < measured.rows; ++y) {
     // Covered pixels are counted exactly in an integer; a double holds any such count.
     covered += ScoreRow(measured.ptr<unsigned char>(y), cad.ptr<unsigned char>(y),
-                        reference.boundary.ptr<unsigned char>(y), measured.cols, y,
-                        reference.rings, spill);
+                        reference.boundary.ptr<unsigned char>(y), measured.cols, y, reference.rings,
+                        spill);
   }
   if (reference.padPixels > 0) {
     covered /= reference.padPixels;

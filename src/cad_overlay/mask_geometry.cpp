@@ -1,9 +1,9 @@
 // Centroids, boxes, clamping, scale choice and 3 x 3 growth of two-level masks.
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <emmintrin.h>
-
 #include <opencv2/imgproc.hpp>
 
 #include "cad_overlay/cad_overlay.hpp"

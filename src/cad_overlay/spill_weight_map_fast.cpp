@@ -6,14 +6,13 @@
 // distance of the nearest outside pixel, at least 0 steps) or once the grown mask fills the
 // plane (after the largest distance; distances take every value up to it, so each earlier step
 // adds pixels), whichever comes first.
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <vector>
-
-#include <emmintrin.h>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 #include "cad_overlay/cad_overlay.hpp"
 #include "common/para.hpp"
@@ -49,12 +48,12 @@ void RunRightwards(const std::int16_t* v, std::int16_t* d, int count, std::int16
   int x = 0;
   for (; x + 8 <= count; x += 8) {
     __m128i s = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + x));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 2), big1),
-                                        _mm_set1_epi16(1)));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 4), big2),
-                                        _mm_set1_epi16(2)));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 8), big4),
-                                        _mm_set1_epi16(4)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 2), big1), _mm_set1_epi16(1)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 4), big2), _mm_set1_epi16(2)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_slli_si128(s, 8), big4), _mm_set1_epi16(4)));
     s = _mm_min_epi16(s, _mm_adds_epi16(run, ramp));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), s);
     const __m128i last = _mm_shufflehi_epi16(s, _MM_SHUFFLE(3, 3, 3, 3));
@@ -75,12 +74,12 @@ void RunLeftwards(const std::int16_t* v, std::int16_t* d, int count, std::int16_
   while (x >= 8) {
     x -= 8;
     __m128i s = _mm_loadu_si128(reinterpret_cast<const __m128i*>(v + x));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 2), big1),
-                                        _mm_set1_epi16(1)));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 4), big2),
-                                        _mm_set1_epi16(2)));
-    s = _mm_min_epi16(s, _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 8), big4),
-                                        _mm_set1_epi16(4)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 2), big1), _mm_set1_epi16(1)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 4), big2), _mm_set1_epi16(2)));
+    s = _mm_min_epi16(s,
+                      _mm_adds_epi16(_mm_or_si128(_mm_srli_si128(s, 8), big4), _mm_set1_epi16(4)));
     s = _mm_min_epi16(s, _mm_adds_epi16(run, ramp));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), s);
     const __m128i first = _mm_shufflelo_epi16(s, _MM_SHUFFLE(0, 0, 0, 0));
@@ -105,7 +104,8 @@ class ChessboardDistance {
     // The forward pass writes every inner cell; only the border needs its value first.
     std::fill_n(cells_.ptr<Distance>(0), cols + 2, far);
     std::fill_n(cells_.ptr<Distance>(cad.rows + 1), cols + 2, far);
-    for (int y = 1; y <= cad.rows; ++y) cells_.ptr<Distance>(y)[0] = cells_.ptr<Distance>(y)[cols + 1] = far;
+    for (int y = 1; y <= cad.rows; ++y)
+      cells_.ptr<Distance>(y)[0] = cells_.ptr<Distance>(y)[cols + 1] = far;
     std::vector<Distance> vertical(static_cast<std::size_t>(cols) + 2);
     for (int y = 1; y <= cad.rows; ++y) {
       const unsigned char* c = cad.ptr<unsigned char>(y - 1);
