@@ -9,7 +9,7 @@
 //     candidate start one. A trace stops at the stripe's first and last row and notes the
 //     edges there; one thread then continues from those notes over the whole map.
 //  3. Per stripe: the output, 255 on edges, counting them on the way.
-// The source is read only in pass 1, so dst may share its memory.
+// The source is read in passes 1 and 2 only, so dst may share its memory.
 #include "edges/canny_fast.hpp"
 
 #include <algorithm>
