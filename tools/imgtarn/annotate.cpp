@@ -50,6 +50,13 @@ void Box(cv::Mat& canvas, const cv::Rect2f& box, const cv::Scalar& colour) {
                 kShift);
 }
 
+void Ellipse(cv::Mat& canvas, const cv::RotatedRect& ellipse, const cv::Scalar& colour) {
+  cv::ellipse(canvas, Fixed(ellipse.center),
+              cv::Size(static_cast<int>(std::lround(ellipse.size.width * 0.5f * (1 << kShift))),
+                       static_cast<int>(std::lround(ellipse.size.height * 0.5f * (1 << kShift)))),
+              ellipse.angle, 0, 360, colour, Thickness(canvas), cv::LINE_AA, kShift);
+}
+
 void Label(cv::Mat& canvas, const std::string& text, cv::Point origin, const cv::Scalar& colour) {
   double scale = std::max(0.4, std::max(canvas.cols, canvas.rows) / 900.0);
   // A dark outline keeps the caption readable on bright pads.

@@ -41,22 +41,6 @@ cv::Mat BlackMask(const ColourPlanes& planes) {
   return mask;
 }
 
-cv::Vec3i ParseColour(const std::string& text) {
-  cv::Vec3i colour;
-  std::size_t start = 0;
-  for (int i = 0; i < 3; ++i) {
-    std::size_t comma = text.find(',', start);
-    if ((i < 2) != (comma != std::string::npos)) {
-      throw UsageError("--colour: '" + text + "' is not R,G,B (e.g. 180,120,60)");
-    }
-    std::string part = text.substr(start, i < 2 ? comma - start : std::string::npos);
-    colour[i] = ParseInteger(part, "--colour");
-    if (colour[i] < 0 || colour[i] > 255) throw UsageError("--colour values lie in 0..255");
-    start = comma + 1;
-  }
-  return colour;
-}
-
 json::Value ColourJson(int r, int g, int b) {
   json::Value value = json::Value::Object();
   value.Set("r", r);
@@ -73,7 +57,7 @@ int RunFillHoles(Context& context, const Args& args) {
   CheckImageOutputPath(outPath, "-o");
   if (args.Has("annotate")) CheckImageOutputPath(args.Text("annotate"), "--annotate");
   const std::string& path = args.positionals()[0];
-  cv::Vec3i colour = ParseColour(args.RequiredText("colour"));
+  cv::Vec3i colour = ParseColour(args.RequiredText("colour"), "--colour");
   int threads = args.Integer("threads", 0);
   if (threads < 0 || threads > 256) throw UsageError("--threads must lie in 0..256");
   ColourPlanes planes = LoadColour(context.Lib(), path);

@@ -49,6 +49,8 @@ class Args {
 
   bool Has(const std::string& name) const;
   bool Flag(const std::string& name) const { return Has(name); }
+  // Every value of an option that may be given more than once, in command-line order.
+  std::vector<std::string> All(const std::string& name) const;
   std::string Text(const std::string& name, const std::string& fallback = "") const;
   std::string RequiredText(const std::string& name) const;
   double Number(const std::string& name, double fallback) const;
@@ -68,22 +70,37 @@ class Args {
 double ParseNumber(const std::string& text, const std::string& what);
 int ParseInteger(const std::string& text, const std::string& what);
 cv::Size ParseSize(const std::string& text, const std::string& what);
+// "X,Y" with two numbers.
+cv::Point2f ParsePoint(const std::string& text, const std::string& what);
+// "R,G,B" with three levels 0..255.
+cv::Vec3i ParseColour(const std::string& text, const std::string& what);
 
 // ---------------------------------------------------------------------------------------------
 // The library, loaded and called as a host does: dlopen, the exported factory, raw table slots.
 
 namespace slot {
 enum : int {
+  kHoughCircleDemo = 2,
   kDetectCirclesSmoothed = 3,
+  kDetectCirclesFromText = 4,
+  kDetectCirclesPlain = 5,
+  kDrawContoursAllExternal = 6,
+  kClassifyRingContours = 7,
   kMorphBoundingRects = 8,
+  kSegmentByMoments = 9,
   kLocateCircleMarkQuick = 10,
   kLocateCircleMark = 11,
+  kLocateCircleMarkRoi = 12,
   kCutLeadRois = 13,
   kLocateCrossMark = 14,
+  kApproxContoursDemo = 15,
   kMeasureLeadRoi = 16,
+  kAdjustCircleEdges = 17,
   kLocateRectangleMark = 18,
   kCountContourPixels = 19,
   kFollowCadOverlay = 20,
+  kMorphRing = 21,
+  kFillContours = 22,
   kDetectEdgesCanny = 23,
   kComputeFlatFieldCoefficients = 24,
   kApplyGainOffset = 25,
@@ -160,6 +177,7 @@ cv::Mat Canvas(const cv::Mat& image);  // a BGR copy of a grey or colour image
 void CentreCross(cv::Mat& canvas, cv::Point2f centre, const cv::Scalar& colour, int arm = 6);
 void Circle(cv::Mat& canvas, cv::Point2f centre, float radius, const cv::Scalar& colour);
 void Box(cv::Mat& canvas, const cv::Rect2f& box, const cv::Scalar& colour);
+void Ellipse(cv::Mat& canvas, const cv::RotatedRect& ellipse, const cv::Scalar& colour);
 void Label(cv::Mat& canvas, const std::string& text, cv::Point origin, const cv::Scalar& colour);
 const cv::Scalar kFound(0, 220, 0);       // green: what the operation reported
 const cv::Scalar kExpected(255, 160, 0);  // blue: ground truth, in the demo

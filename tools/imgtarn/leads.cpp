@@ -19,16 +19,6 @@ constexpr int kLeftTooBright = 2;
 constexpr int kRightTooBright = 4;
 constexpr int kLeadNotFound = 8;
 
-// "X,Y" with two numbers.
-cv::Point2f ParsePoint(const std::string& text, const std::string& what) {
-  std::size_t comma = text.find(',');
-  if (comma == std::string::npos || text.find(',', comma + 1) != std::string::npos) {
-    throw UsageError(what + ": '" + text + "' is not a point X,Y");
-  }
-  return {static_cast<float>(ParseNumber(text.substr(0, comma), what)),
-          static_cast<float>(ParseNumber(text.substr(comma + 1), what))};
-}
-
 struct LeadInputs {
   std::string path;
   cv::Mat grey, leadTemplate;

@@ -80,6 +80,14 @@ const std::string* Args::Find(const std::string& name) const {
 
 bool Args::Has(const std::string& name) const { return Find(name) != nullptr; }
 
+std::vector<std::string> Args::All(const std::string& name) const {
+  std::vector<std::string> all;
+  for (const auto& value : values_) {
+    if (value.first == name) all.push_back(value.second);
+  }
+  return all;
+}
+
 std::string Args::Text(const std::string& name, const std::string& fallback) const {
   const std::string* value = Find(name);
   return value ? *value : fallback;
@@ -150,6 +158,31 @@ cv::Size ParseSize(const std::string& text, const std::string& what) {
     throw UsageError(what + ": width and height must be at least 1, got '" + text + "'");
   }
   return {width, height};
+}
+
+cv::Point2f ParsePoint(const std::string& text, const std::string& what) {
+  std::size_t comma = text.find(',');
+  if (comma == std::string::npos || text.find(',', comma + 1) != std::string::npos) {
+    throw UsageError(what + ": '" + text + "' is not a point X,Y");
+  }
+  return {static_cast<float>(ParseNumber(text.substr(0, comma), what)),
+          static_cast<float>(ParseNumber(text.substr(comma + 1), what))};
+}
+
+cv::Vec3i ParseColour(const std::string& text, const std::string& what) {
+  cv::Vec3i colour;
+  std::size_t start = 0;
+  for (int i = 0; i < 3; ++i) {
+    std::size_t comma = text.find(',', start);
+    if ((i < 2) != (comma != std::string::npos)) {
+      throw UsageError(what + ": '" + text + "' is not R,G,B (e.g. 180,120,60)");
+    }
+    std::string part = text.substr(start, i < 2 ? comma - start : std::string::npos);
+    colour[i] = ParseInteger(part, what);
+    if (colour[i] < 0 || colour[i] > 255) throw UsageError(what + " values lie in 0..255");
+    start = comma + 1;
+  }
+  return colour;
 }
 
 std::vector<OptionSpec> CommonOptions() {
