@@ -140,6 +140,11 @@ TEST_P(MarkTest, FindsTheDrawnMark) {
 const std::vector<std::string> kCircle = {"circle-mark", "--radius", "20"};
 const std::vector<std::string> kQuick = {"circle-mark", "--radius", "20", "--quick"};
 const std::vector<std::string> kHough = {"hough-circles", "--radius", "20"};
+const std::vector<std::string> kHalf = {"circle-mark", "--radius", "20", "--half"};
+const std::vector<std::string> kPlain = {"hough-circles", "--radius", "20", "--plain"};
+const std::vector<std::string> kText = {"hough-circles", "--radius", "20", "--text"};
+// Edges refined from a start 2 pixels off the drawn centre.
+const std::vector<std::string> kEdges = {"circle-edges", "--centre", "152,112", "--radius", "20"};
 
 INSTANTIATE_TEST_SUITE_P(
     Samples, MarkTest,
@@ -147,6 +152,8 @@ INSTANTIATE_TEST_SUITE_P(
                       MarkCase{kCircle, "circle_noisy", 0}, MarkCase{kQuick, "circle_inside", 0},
                       MarkCase{kQuick, "circle_border", 0}, MarkCase{kQuick, "circle_noisy", 0},
                       MarkCase{kHough, "circle_inside", 2}, MarkCase{kHough, "circle_border", 2},
+                      MarkCase{kHalf, "circle_border", 0}, MarkCase{kPlain, "circle_inside", 2},
+                      MarkCase{kText, "circle_inside", 2}, MarkCase{kEdges, "circle_inside", 1},
                       MarkCase{{"cross-mark"}, "cross", 0}, MarkCase{{"rect-mark"}, "rect", 0}));
 
 TEST(CliMarks, AnnotationIsAPictureOfTheInputSize) {
@@ -419,6 +426,46 @@ TEST(CliContours, BoundingRectanglesAndFilledMaskOfThePads) {
   EXPECT_EQ(cv::countNonZero(written), static_cast<int>(Num(mask.json, "mask_pixels")));
 }
 
+// One run per further contour step on the pads (three 40 x 60 pads, the middle one centred at
+// 159.5, 119.5), checking one figure read from its place in the operation's output.
+struct ContourCase {
+  std::vector<std::string> args;  // after "contours"; "{out}" becomes a scratch file
+  std::vector<std::string> path;  // keys and array indexes down to the figure
+  double expected;
+};
+
+class ContourStepTest : public ::testing::TestWithParam<ContourCase> {};
+
+TEST_P(ContourStepTest, ReportsTheFigureOfThePads) {
+  Scratch scratch;
+  std::vector<std::string> args = {"contours"};
+  for (const auto& arg : GetParam().args) args.push_back(arg == "{out}" ? scratch("o.png") : arg);
+  Outcome run = Imgtarn(args);
+  EXPECT_RAN(run);
+  const Value* v = &run.json;
+  for (const auto& key : GetParam().path) {
+    bool index = std::isdigit(static_cast<unsigned char>(key[0]));
+    if (index && std::stoul(key) >= v->Size()) FAIL() << run.out;
+    v = index ? &(*v)[std::stoul(key)] : &v->Get(key);
+  }
+  EXPECT_EQ(v->Number(NAN), GetParam().expected) << run.out;
+}
+
+const std::string kPads = Sample("pads.png");
+
+INSTANTIATE_TEST_SUITE_P(
+    Pads, ContourStepTest,
+    ::testing::Values(
+        ContourCase{{"outline", kPads, "-o", "{out}"}, {"contours"}, 3},
+        ContourCase{{"rings", kPads}, {"solids", "0", "pixels"}, 40 * 60},
+        ContourCase{{"moments", kPads}, {"list", "1", "x"}, 159.5},
+        ContourCase{{"polygons", kPads}, {"vertices", "2"}, 4},
+        // A radius-1 disc is a cross: the outer ring is each pad's 4-neighbour rim.
+        ContourCase{{"ring", kPads, "--radius", "1", "-o", "{out}"}, {"outer_pixels"}, 3 * 200},
+        ContourCase{{"fill", kPads, "--polygon", "0,0 9,0 9,9 0,9", "-o", "{out}"},
+                    {"filled_pixels"},
+                    100}));
+
 // ---------------------------------------------------------------------------------------------
 // Demo and help
 
@@ -520,6 +567,9 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{{"lead", Sample("rect.png"), "--template", Sample("rect.png"), "--expect", "3"},
                   "is not a point X,Y"},
         ErrorCase{{"sort", "1", "two"}, "'two' is not a whole number"},
+        ErrorCase{{"hough-demo", kNotImage}, "is not an image file"},
+        ErrorCase{{"contours", "fill", Sample("pads.png"), "--polygon", "0,0 9", "-o", "x.png"},
+                  "is not a point X,Y"},
         ErrorCase{{"warp", "a.png"}, "unknown command 'warp'"}, ErrorCase{{}, "missing command"},
         ErrorCase{{"--library", "libm.so.6", "levels", Sample("holes.png")},
                   "is not an imgtarn library"},
