@@ -343,15 +343,17 @@ std::vector<Command> MarkCommands() {
         {"param1", "VALUE",
          "upper Canny threshold of the Hough search (default 60; 15 with "
          "--plain or --text)"},
-        {"tolerance", "PIXELS", "radius range searched around --radius (default 5)"},
+        {"tolerance", "PIXELS",
+         "radius range searched around --radius (default 5; not with --plain or --text)"},
         {"plain", "", "the fixed search r - 2 .. r + 2 given numbers (slot 5)"},
         {"text", "", "the fixed search r - 2 .. r + 2 given texts (slot 4)"},
         AnnotateOption(),
         DebugOption()},
        RunHoughCircles,
-       resultFields + " radius is the radius of the circle found; method is smoothed,\n"
-                      "plain or text. --plain and --text always show the window \"Hough Circle\n"
-                      "Transform Demo\" when there is a display (--debug does not change that)."},
+       resultFields +
+           "\nradius is the radius of the circle found; method is smoothed, plain or text.\n"
+           "--plain and --text always show the window \"Hough Circle Transform Demo\" when\n"
+           "there is a display (--debug does not change that)."},
       {"hough-demo",
        "show a picture's Sobel edges and every Hough circle in windows (slot 2)",
        "IMAGE",
