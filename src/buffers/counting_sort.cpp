@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "buffers/buffers.hpp"
+#include "common/four_tables.hpp"
 
 namespace imgtarn::buffers {
 namespace {
@@ -61,20 +62,9 @@ std::vector<int> CountValues(const int* values, int n, const ValueRange& range) 
     for (int i = 0; i < n; ++i) ++counts[slot(values[i])];
     return counts;
   }
-  std::vector<int> tables(4 * size, 0);
-  int* t0 = tables.data();
-  int* t1 = t0 + size;
-  int* t2 = t1 + size;
-  int* t3 = t2 + size;
-  int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    ++t0[slot(values[i])];
-    ++t1[slot(values[i + 1])];
-    ++t2[slot(values[i + 2])];
-    ++t3[slot(values[i + 3])];
-  }
-  for (; i < n; ++i) ++t0[slot(values[i])];
-  for (std::size_t s = 0; s < size; ++s) t0[s] += t1[s] + t2[s] + t3[s];
+  std::vector<int> tables(kCountTables * size, 0);
+  CountIntoTables(values, n, slot, tables.data(), size);
+  FoldCountTables(tables.data(), size);
   tables.resize(size);
   return tables;
 }

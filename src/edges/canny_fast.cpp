@@ -19,6 +19,7 @@
 
 #include <emmintrin.h>
 
+#include "common/four_tables.hpp"
 #include "edges/canny_rows.hpp"
 
 namespace imgtarn::edges {
@@ -32,9 +33,6 @@ constexpr long long kMinParallelPixels = 1 << 16;
 // Stripes per thread: more stripes even out threads slowed by other work on the machine, at
 // the cost of two traced border rows per stripe.
 constexpr int kStripesPerThread = 4;
-// Several histogram tables side by side, filled in turn, so neighbouring pixels of equal
-// magnitude do not wait on each other's increment.
-constexpr int kSubTables = 4;
 
 struct Kernels {
   void (*pack)(const canny_rows::SourceRows&, std::int16_t*);
@@ -119,21 +117,12 @@ class Workspace {
 };
 
 struct StripeHistogram {
-  std::vector<int> tables = std::vector<int>(kSubTables * kMagnitudeBins, 0);
+  std::vector<int> tables = std::vector<int>(kCountTables * kMagnitudeBins, 0);
 
   void Add(const std::int16_t* words, int cols) {
-    int* t0 = tables.data();
-    int* t1 = t0 + kMagnitudeBins;
-    int* t2 = t1 + kMagnitudeBins;
-    int* t3 = t2 + kMagnitudeBins;
-    int col = 0;
-    for (; col + 4 <= cols; col += 4) {
-      ++t0[words[col] >> 2];
-      ++t1[words[col + 1] >> 2];
-      ++t2[words[col + 2] >> 2];
-      ++t3[words[col + 3] >> 2];
-    }
-    for (; col < cols; ++col) ++t0[words[col] >> 2];
+    // The magnitude sits above the two direction bits of a word.
+    CountIntoTables(words, cols, [](std::int16_t word) { return word >> 2; }, tables.data(),
+                    kMagnitudeBins);
   }
 };
 
@@ -219,11 +208,9 @@ Histogram MeasureGradients(const cv::Mat& image, const Stripes& stripes, const K
     }
   });
   Histogram merged;
-  for (const StripeHistogram& histogram : partial) {
-    for (int table = 0; table < kSubTables; ++table) {
-      const int* counts = histogram.tables.data() + table * kMagnitudeBins;
-      for (int bin = 0; bin < kMagnitudeBins; ++bin) merged.counts[bin] += counts[bin];
-    }
+  for (StripeHistogram& histogram : partial) {
+    FoldCountTables(histogram.tables.data(), kMagnitudeBins);
+    for (int bin = 0; bin < kMagnitudeBins; ++bin) merged.counts[bin] += histogram.tables[bin];
   }
   for (int bin = kMagnitudeBins - 1; bin > 0; --bin) {
     if (merged.counts[bin] != 0) {
