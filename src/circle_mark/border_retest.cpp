@@ -38,6 +38,16 @@ float EdgeOrPrevious(float fromEdge, float previous, float radius) {
   return std::fabs(fromEdge - previous) < radius / 3.0f ? fromEdge : previous;
 }
 
+// One axis of the re-test: the centre of its span when the diameter passes; otherwise, on the
+// cut axis when `fromEdge`, the centre from the visible edge; otherwise the previous value.
+float RetestedCoordinate(Border border, bool fromEdge, int origin, const EdgeSpan& span,
+                         const EdgeSpan& across, float previous, float radius) {
+  if (AcceptedOnBorder(span, radius)) return SpanCentre(origin, span);
+  if (!fromEdge) return previous;
+  return EdgeOrPrevious(CentreFromVisibleEdge(border, origin, span, across, radius), previous,
+                        radius);
+}
+
 }  // namespace
 
 bool IsInside(cv::Point2f centre, float radius, int margin, cv::Size image) {
@@ -93,23 +103,12 @@ cv::Point2f RetestAtBorder(const cv::Mat& blurred, const cv::Mat& plain, Border 
   const std::optional<GradientMeasure> measure = MeasureCircleByGradient(blurred, window);
   cv::Point2f centre = previous;
   if (measure) {
-    // A rejected axis keeps the previous coordinate, unless it is the cut one and the caller
-    // asked for its visible edge instead.
+    // The cut axis comes from its visible edge only when the caller asks for it.
     const bool edgeOnCut = cutAxis == CutAxis::kFromVisibleEdge;
-    const EdgeSpan& columns = measure->columns;
-    const EdgeSpan& rows = measure->rows;
-    if (AcceptedOnBorder(columns, radius))
-      centre.x = SpanCentre(measure->window.x, columns);
-    else if (edgeOnCut && CutsColumns(border))
-      centre.x =
-          EdgeOrPrevious(CentreFromVisibleEdge(border, measure->window.x, columns, rows, radius),
-                         previous.x, radius);
-    if (AcceptedOnBorder(rows, radius))
-      centre.y = SpanCentre(measure->window.y, rows);
-    else if (edgeOnCut && !CutsColumns(border))
-      centre.y =
-          EdgeOrPrevious(CentreFromVisibleEdge(border, measure->window.y, rows, columns, radius),
-                         previous.y, radius);
+    centre.x = RetestedCoordinate(border, edgeOnCut && CutsColumns(border), measure->window.x,
+                                  measure->columns, measure->rows, previous.x, radius);
+    centre.y = RetestedCoordinate(border, edgeOnCut && !CutsColumns(border), measure->window.y,
+                                  measure->rows, measure->columns, previous.y, radius);
     if (debug) debug_view::Show("The new ROI", blurred(measure->window));
   }
   if (debug) debug_view::Show("Test the circle's position.", DrawMarkedCopy(plain, centre, radius));
