@@ -259,6 +259,7 @@ struct RefineCase {
   cv::Rect block;   // bright samples on black
   float expectedW;  // the nominal width handed to the refinement
   tm::MarkBox box;  // expected measurement
+  int board = 0;    // grey level around the block
 };
 
 class RefineTest : public ::testing::TestWithParam<RefineCase> {};
@@ -269,7 +270,7 @@ std::vector<float> Values(const tm::MarkBox& box) {
 
 TEST_P(RefineTest, MeasuresTheBoxFromGradientProjections) {
   const RefineCase& c = GetParam();
-  cv::Mat grey = cv::Mat::zeros(40, 60, CV_8UC1);
+  cv::Mat grey(40, 60, CV_8UC1, cv::Scalar(c.board));
   grey(c.block).setTo(200);
   const Polygon outline = {c.block.tl(),
                            {c.block.x + c.block.width - 1, c.block.y},
@@ -294,7 +295,12 @@ INSTANTIATE_TEST_SUITE_P(
         // is rebuilt from the right edge and the nominal width 16 (17 wide inclusive).
         RefineCase{"LeftEdgeRebuilt", {1, 10, 10, 10}, 16, {2.5f, 14.5f, 8.5f, 5.5f}},
         // Falling edge on the clipped region's last column: the right side is rebuilt.
-        RefineCase{"RightEdgeRebuilt", {50, 10, 10, 10}, 16, {57.5f, 14.5f, 8.5f, 5.5f}}),
+        RefineCase{"RightEdgeRebuilt", {50, 10, 10, 10}, 16, {57.5f, 14.5f, 8.5f, 5.5f}},
+        // The region is bordered with zeros, not with the board around it: on a grey board
+        // (90) the border's step (90 over all 20 lines) outweighs the block's (110 over 10), so the
+        // rise is taken at the border and the near side rebuilt from the far one.
+        RefineCase{
+            "GreyBoardMeetsAZeroBorder", {20, 10, 10, 10}, 10, {29.5f, 19.5f, 5.5f, 5.5f}, 90}),
     [](const ::testing::TestParamInfo<RefineCase>& info) { return info.param.name; });
 
 TEST(TemplateMark, RefineRefusesEmptyInputAndZeroesADegenerateBox) {

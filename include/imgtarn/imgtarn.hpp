@@ -232,7 +232,9 @@ class ImgTarn_IF {
   //     the template fallback runs), "ROI.jpg" (+ file ROI.jpg), "梯度调整矩形", "矩形合并结果",
   //     "多矩形检测结果"; 100 ms waits. The switch is process-wide, shared by calls of this slot.
   //   result: [0], [1] centre x, y in plane pixels; [2], [3] half width, half height (three
-  //     times the measured half extent of the central square).
+  //     times the measured half extent of the central square). The box is measured from the
+  //     gradient profiles of the region 5 px around the candidate framed in black (0): on a
+  //     light board the frame's edges can outweigh the mark's and shift the box (slot 18 too).
   //   Returns -1 (all four results 0, debug switch unchanged) for a null plane or a
   //     non-positive width or height; otherwise 0. No mark found: result[0] = result[1] = 0
   //     and result[2], result[3] keep the caller's values — read a zero centre as "none".

@@ -1,9 +1,8 @@
 // Measuring the mark's box from the gradient projections of a small region around its
 // candidate polygon.
 #include <algorithm>
-#include <utility>
-
 #include <opencv2/imgproc.hpp>
+#include <utility>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -88,8 +87,8 @@ void ShowRefinedBox(const cv::Mat& grey, const MarkBox& box, MarkKind kind) {
 
 }  // namespace
 
-int RefineMarkBox(const cv::Mat& grey, const Polygon& polygon, float markWidth,
-                  float markHeight, MarkKind kind, MarkBox& box) {
+int RefineMarkBox(const cv::Mat& grey, const Polygon& polygon, float markWidth, float markHeight,
+                  MarkKind kind, MarkBox& box) {
   if (polygon.empty() || grey.empty()) return -1;
   const cv::Rect candidate = EvenBoundingRect(polygon);
   const cv::Rect region = RegionAround(candidate, grey.size());
@@ -98,9 +97,11 @@ int RefineMarkBox(const cv::Mat& grey, const Polygon& polygon, float markWidth,
     debug_view::Write("ROI.jpg", grey(region));
   }
   // A zero border keeps the mark's edges measurable where the region was clipped at the
-  // image border; it shifts every position by one.
+  // image border; it shifts every position by one. It borders the region alone: bordering a
+  // view would make OpenCV take the neighbouring image pixels instead of zeros.
   cv::Mat bordered;
-  cv::copyMakeBorder(grey(region), bordered, 1, 1, 1, 1, cv::BORDER_CONSTANT, cv::Scalar(0));
+  cv::copyMakeBorder(grey(region), bordered, 1, 1, 1, 1, cv::BORDER_CONSTANT | cv::BORDER_ISOLATED,
+                     cv::Scalar(0));
 
   auto xs = EdgePair(GradientProfile(bordered, 0), candidate.width / 2);
   auto ys = EdgePair(GradientProfile(bordered, 1), candidate.height / 2);
