@@ -188,15 +188,16 @@ TEST(TemplateMark, FilterKeepsAConvexTwelveGonForTheFallbackButNeverAcceptsIt) {
   EXPECT_EQ(contours.size(), 1u);
 }
 
-TEST(TemplateMark, FilterAcceptsAnUprightRectangleAndErasesATiltedOne) {
+TEST(TemplateMark, FilterAcceptsAnUprightRectangleAndKeepsATiltedOneForTheFallback) {
   cv::Point2f corners[4];
   cv::RotatedRect(cv::Point2f(50, 50), cv::Size2f(40, 24), 30).points(corners);
   PolygonList contours = {Polygon{{30, 38}, {70, 38}, {70, 62}, {30, 62}}, Polygon()};
   for (const cv::Point2f& corner : corners) contours[1].emplace_back(cv::Point(corner));
+  const PolygonList given = contours;
   const PolygonList raw = Filter(contours, 40, 24, MarkKind::kRectangle);
   ASSERT_EQ(raw.size(), 1u);
   EXPECT_EQ(cv::boundingRect(raw[0]), cv::Rect(30, 38, 41, 25));
-  EXPECT_EQ(contours, raw);
+  EXPECT_EQ(contours, given);
 }
 
 TEST(TemplateMark, FilterLeavesTheFirstCornerUnchecked) {
@@ -360,16 +361,37 @@ INSTANTIATE_TEST_SUITE_P(
         // Touching the left edge: the rectangle starts at columns 1 and 2.
         MarkCase{kRect, {21, 50}, 40, 24, 5}, MarkCase{kRect, {14.5, 30}, 25, 20, 6}));
 
-TEST(TemplateMark, TiltedRectangleIsRejected) {
-  // At 60 degrees the outline still passes the size test, so the orientation test is what
-  // rejects it. (Nearer the axes the template fallback, which has no orientation test,
-  // can accept the contours the polygon test left.)
+struct TiltCase {
+  float degrees;
+  bool found;
+};
+
+class TiltTest : public ::testing::TestWithParam<TiltCase> {};
+
+// A tilted rectangle of the right size fails the orientation test, but its contour stays for
+// the template fallback: at 30 degrees the drawn rectangle still correlates above 0.5 and the
+// mark is reported (its box measured along the axes); at 60 degrees nothing is.
+TEST_P(TiltTest, OnlyTheTemplateFallbackCanReportATiltedRectangle) {
+  const TiltCase& c = GetParam();
   Board board({120, 100});
-  board.RotatedRectangle({60, 50}, 40, 24, 60);
-  const Result r = Locate(MarkKind::kRectangle, board.Render(7), 20, 12);
+  const cv::RotatedRect mark(cv::Point2f(60, 50), cv::Size2f(40, 24), c.degrees);
+  board.RotatedRectangle(mark.center, 40, 24, c.degrees);
+  const Result r = Locate(MarkKind::kRectangle, board.Render(3), 20, 12);
   EXPECT_EQ(r.status, 0);
-  for (float v : r.values) EXPECT_EQ(v, 0.0f);
+  if (!c.found) {
+    for (float v : r.values) EXPECT_EQ(v, 0.0f);
+    return;
+  }
+  cv::Point2f corners[4];
+  mark.points(corners);
+  const std::vector<cv::Point2f> outline(corners, corners + 4);
+  EXPECT_GE(cv::pointPolygonTest(outline, cv::Point2f(r.values[0], r.values[1]), false), 0);
+  EXPECT_NEAR(r.values[2], 20, 1.0);
+  EXPECT_NEAR(r.values[3], 12, 1.0);
 }
+
+INSTANTIATE_TEST_SUITE_P(TemplateMark, TiltTest,
+                         ::testing::Values(TiltCase{30, true}, TiltCase{60, false}));
 
 class TwoMarksTest : public ::testing::TestWithParam<MarkCase> {};
 

@@ -296,8 +296,10 @@ class ImgTarn_IF {
   //   result: [0], [1] centre x, y; [2], [3] measured half width, half height (not scaled).
   //   Returns -1 (all four results 0) for a null plane or a non-positive width or height;
   //     otherwise 0. No mark found, or a degenerate measurement: all four results 0.
-  //     Tilted marks (more than 10 degrees off the axes) are rejected by the polygon test,
-  //     though the template fallback can still accept one of the right proportions.
+  //     Tilted marks (more than 10 degrees off the axes) fail the polygon test, but their
+  //     contours stay for the template fallback, which accepts one that still correlates
+  //     with the upright rectangle above 0.5 (a 40 x 24 mark at 30 degrees does, at 60 it
+  //     does not); its box is then measured along the axes, its centre several pixels off.
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float para[5] = {640, 480, 20, 12, 0}, result[4];
   //            if (obj->LocateRectangleMark(plane, para, nullptr, result) == 0 && result[0]) ...

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-
 #include <opencv2/imgproc.hpp>
 
 #include "common/debug_view.hpp"
@@ -103,11 +102,14 @@ void FilterMarkPolygons(const cv::Mat& binary, PolygonList& contours, float mark
       ++it;
       continue;
     }
-    // A tilted rectangle is erased like a wrong size: left in the list, the template
-    // fallback would accept it on its outline alone.
-    if (!SizeFits(polygon, markWidth, markHeight, kind) ||
-        (kind == MarkKind::kRectangle && !IsUprightRectangle(polygon))) {
+    if (!SizeFits(polygon, markWidth, markHeight, kind)) {
       it = contours.erase(it);
+      continue;
+    }
+    // A tilted rectangle of the right size is not accepted as a polygon but stays for the
+    // template fallback, like a wrong outline.
+    if (kind == MarkKind::kRectangle && !IsUprightRectangle(polygon)) {
+      ++it;
       continue;
     }
     ShowAcceptedPolygon(binary, polygon, kind);

@@ -7,9 +7,8 @@
 #ifndef IMGTARN_TEMPLATE_MARK_TEMPLATE_MARK_HPP
 #define IMGTARN_TEMPLATE_MARK_TEMPLATE_MARK_HPP
 
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 namespace imgtarn::template_mark {
 
@@ -23,8 +22,8 @@ int LocateRectangleMark(unsigned char* plane, float* para, float* result);
 enum class MarkKind { kCross, kRectangle };
 
 struct MarkParams {
-  int width = 0;   // plane columns
-  int height = 0;  // plane rows
+  int width = 0;            // plane columns
+  int height = 0;           // plane rows
   float markWidth = 0.0f;   // W, the mark's full nominal width
   float markHeight = 0.0f;  // H, the mark's full nominal height
   int debug = 0;
@@ -97,7 +96,8 @@ bool VerifyByTemplate(const cv::Mat& grey, const cv::Rect& box, MarkTemplates& t
                       MarkKind kind);
 
 // Shape test of one ladder level: appends accepted polygons to `raw` and erases contours
-// that failed the area or size test from `contours` (shape failures stay for the fallback).
+// that failed the area or size test from `contours` (shape and, for the rectangle, corner
+// and orientation failures stay for the fallback).
 void FilterMarkPolygons(const cv::Mat& binary, PolygonList& contours, float markWidth,
                         float markHeight, MarkKind kind, PolygonList& raw);
 
@@ -112,8 +112,8 @@ int MergeCandidates(const PolygonList& raw, PolygonList& merged);
 
 // Measures the mark box around `polygon` from gradient projections. Returns -1 for an empty
 // polygon or image; a degenerate measurement gives a zero box with status 0.
-int RefineMarkBox(const cv::Mat& grey, const Polygon& polygon, float markWidth,
-                  float markHeight, MarkKind kind, MarkBox& box);
+int RefineMarkBox(const cv::Mat& grey, const Polygon& polygon, float markWidth, float markHeight,
+                  MarkKind kind, MarkBox& box);
 
 // ---- The shared body of both operations ----
 
