@@ -99,6 +99,22 @@ TEST(CircleToolkit, ClosingCircleOfOneRingIsNearItsCentreAndNothingOnAFlatRegion
   EXPECT_FALSE(cm::ClosingCircleCentre(cv::Mat(32, 32, CV_8UC1, cv::Scalar(90)), 15.0f, false));
 }
 
+// OpenCV's own edge and gradient passes would read the pixels around a view; a region is
+// searched as an image of its own, as its copy is.
+TEST(CircleToolkit, HoughSearchesARegionAsAnImageOfItsOwn) {
+  for (int seed : {1, 2, 3, 6}) {
+    const float r = 10.0f + static_cast<float>(seed);
+    const cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.3f, 50.6f), r, seed);
+    const cv::Mat opened = cm::OpenTwice(cm::SmoothPlane(plane));
+    const int side = static_cast<int>(2 * r + 2);
+    const cv::Mat region = opened(cv::Rect(60 - side / 2, 50 - side / 2, side, side));
+    const int low = static_cast<int>(r) - 3, high = static_cast<int>(r) + 3;
+    EXPECT_EQ(cm::HoughGradientCircles(region, 15, 15, low, high),
+              cm::HoughGradientCircles(region.clone(), 15, 15, low, high))
+        << seed;
+  }
+}
+
 TEST(CircleToolkit, ZeroIsNeverCaptionedAndMosaicTilesTwoPerRow) {
   cv::Mat image = cv::Mat::zeros(30, 40, CV_8UC1);
   cm::DrawValueText(image, 0.0, cv::Point(5, 20));

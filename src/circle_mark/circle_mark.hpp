@@ -77,8 +77,9 @@ void ShowCircleMosaic(const CircleList& circles, const cv::Mat& image, const std
 // Radius at (5, 30), x at (150, 30), y at (250, 30).
 void CaptionCircle(cv::Mat& image, float x, float y, float radius);
 
-// Hough circles with the gradient method, dp 1 and minDist 1. Windows the library computed
-// itself are passed here, never anything that could fail OpenCV's own checks.
+// Hough circles with the gradient method, dp 1 and minDist 1, on `image` alone (a view is
+// searched as a copy, blind to the pixels around it). Windows the library computed itself are
+// passed here, never anything that could fail OpenCV's own checks.
 CircleList HoughGradientCircles(const cv::Mat& image, double param1, double param2, int minRadius,
                                 int maxRadius);
 

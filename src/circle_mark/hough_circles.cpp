@@ -13,7 +13,10 @@ CircleList HoughGradientCircles(const cv::Mat& image, double param1, double para
   // A maximum radius of 0 or below would make OpenCV search every radius up to the image size
   // (or report bare centres); no caller means that, so such a range finds nothing.
   if (maxRadius <= 0) return circles;
-  cv::HoughCircles(image, circles, cv::HOUGH_GRADIENT, 1.0, 1.0, param1, param2,
+  // A region is searched as an image of its own: on a view, the edge and gradient passes
+  // inside cv::HoughCircles read the pixels around it, and the circle count decides branches.
+  const cv::Mat own = image.isSubmatrix() ? image.clone() : image;
+  cv::HoughCircles(own, circles, cv::HOUGH_GRADIENT, 1.0, 1.0, param1, param2,
                    std::max(0, minRadius), maxRadius);
   return circles;
 }

@@ -35,6 +35,9 @@ std::optional<GradientMeasure> MeasureCircleByGradient(const cv::Mat& image, cv:
   // A window placed partly outside the image is measured over its visible part.
   const cv::Rect visible = window & cv::Rect(0, 0, image.cols, image.rows);
   if (visible.empty()) return std::nullopt;
+  // The window is cut out and blurred as an image of its own (reflected at its own edges),
+  // as every search on a region here sees only that region: the measurement then depends on
+  // the window's pixels alone, wherever it lies in the plane.
   cv::Mat region;
   cv::GaussianBlur(image(visible).clone(), region, cv::Size(3, 3), 0);
 
