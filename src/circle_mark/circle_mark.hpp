@@ -110,6 +110,21 @@ inline bool IsFound(const std::optional<cv::Point2f>& centre) {
   return centre && centre->x != 0.0f && centre->y != 0.0f;
 }
 
+// ---- The three mark searches (slots 11, 10 and 12) on a plane RadiusFitsPlane accepts ----
+
+// `centre` is the last centre the search wrote: when `found` is false it may still hold the
+// edge stage's answer with a zero coordinate.
+struct MarkSearchOutcome {
+  std::optional<cv::Point2f> centre;
+  bool found = false;
+};
+// The edge stage, then the template search when the edge stage saw circles but no centre.
+MarkSearchOutcome SearchMarkFull(const cv::Mat& src, float radius, bool debug);
+// The template search alone.
+std::optional<cv::Point2f> SearchMarkQuick(const cv::Mat& src, float radius, bool debug);
+// The edge stage at half size, then at full size when that finds nothing.
+std::optional<cv::Point2f> SearchMarkTwoScale(const cv::Mat& src, float radius, bool debug);
+
 // ---- Border handling of the edge-circle stage ----
 enum class Border { kNone, kRight, kLeft, kBottom, kTop };
 
