@@ -1,0 +1,253 @@
+// How every plane operation's time grows with the plane. Prints a table of median times and
+// ends with one line per finding:
+//   <operation> exponent=<x> goal=<g>          slope of log(time) over log(pixels), sides
+//                                              256, 512, 1024 and 2048 of the noisy board
+//   cross_vs_template ratio=<r> goal=<g>       slot 14 / one cv::matchTemplate of its mark
+//   rect_vs_template ratio=<r> goal=<g>        the same for slot 18
+//   adversarial_<plane> slowest=<op> seconds=<t> exponent=<x> goal=<g>
+//   full_field slowest=<op> seconds=<t> goal=<g>   on 2448 x 2048
+// Options: --parts scaling,ratios,adversarial,full (default all), --filter TEXT (operations
+// whose name contains it), --sides 256,512,..., --adversarial WxH,WxH,...
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <opencv2/imgproc.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "scaling_ops.hpp"
+#include "scaling_scenes.hpp"
+
+namespace bench {
+namespace {
+
+struct Options {
+  std::string parts = "scaling,ratios,adversarial,full";
+  std::string filter;
+  std::vector<cv::Size> sides = {{256, 256}, {512, 512}, {1024, 1024}, {2048, 2048}};
+  std::vector<cv::Size> adversarial = {{320, 240}, {640, 480}, {1280, 960}};
+  bool Wants(const std::string& part) const { return parts.find(part) != std::string::npos; }
+};
+
+std::vector<cv::Size> ParseSizes(const std::string& text) {
+  std::vector<cv::Size> sizes;
+  std::stringstream in(text);
+  std::string item;
+  while (std::getline(in, item, ',')) {
+    int w = 0, h = 0;
+    if (std::sscanf(item.c_str(), "%dx%d", &w, &h) == 2) {
+      sizes.emplace_back(w, h);
+    } else if (std::sscanf(item.c_str(), "%d", &w) == 1) {
+      sizes.emplace_back(w, w);
+    }
+  }
+  return sizes;
+}
+
+Options ParseOptions(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i + 1 < argc; i += 2) {
+    const std::string key = argv[i], value = argv[i + 1];
+    if (key == "--parts") options.parts = value;
+    if (key == "--filter") options.filter = value;
+    if (key == "--sides") options.sides = ParseSizes(value);
+    if (key == "--adversarial") options.adversarial = ParseSizes(value);
+  }
+  return options;
+}
+
+double Seconds(const std::function<void()>& f) {
+  const auto start = std::chrono::steady_clock::now();
+  f();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Median of repeated calls: at least 3 and until 0.3 s have passed (at most 101), but a call
+// slower than 2 s is taken once, so a super-linear operation cannot stall the run.
+double MedianSeconds(const Call& call) {
+  call.reset();
+  const double first = Seconds(call.run);
+  if (first > 2.0) return first;
+  std::vector<double> times;
+  double total = 0;
+  while (times.size() < 3 || (total < 0.3 && times.size() < 101)) {
+    call.reset();
+    times.push_back(Seconds(call.run));
+    total += times.back();
+  }
+  std::nth_element(times.begin(), times.begin() + times.size() / 2, times.end());
+  return times[times.size() / 2];
+}
+
+// Least-squares slope of log(time) against log(pixels).
+double Exponent(const std::vector<cv::Size>& sizes, const std::vector<double>& times) {
+  const size_t n = sizes.size();
+  double mx = 0, my = 0;
+  std::vector<double> xs(n), ys(n);
+  for (size_t i = 0; i < n; ++i) {
+    xs[i] = std::log(static_cast<double>(sizes[i].area()));
+    ys[i] = std::log(std::max(times[i], 1e-9));
+    mx += xs[i] / n;
+    my += ys[i] / n;
+  }
+  double sxy = 0, sxx = 0;
+  for (size_t i = 0; i < n; ++i) {
+    sxy += (xs[i] - mx) * (ys[i] - my);
+    sxx += (xs[i] - mx) * (xs[i] - mx);
+  }
+  return sxx > 0 ? sxy / sxx : 0.0;
+}
+
+std::vector<const Operation*> Selected(const Options& options) {
+  std::vector<const Operation*> selected;
+  for (const Operation& op : Operations()) {
+    if (op.name.find(options.filter) != std::string::npos) selected.push_back(&op);
+  }
+  return selected;
+}
+
+std::string Goal(const Operation& op) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2f", op.goal);
+  return op.goalNote.empty() ? text : std::string(text) + " (" + op.goalNote + ")";
+}
+
+void PrintHeader(const char* title, const std::vector<cv::Size>& sizes) {
+  std::printf("\n%-38s", title);
+  for (const cv::Size& s : sizes)
+    std::printf(" %12s", (std::to_string(s.width) + "x" + std::to_string(s.height)).c_str());
+  std::printf("   (ms)\n");
+}
+
+using Times = std::map<std::string, std::vector<double>>;
+
+// Times every selected operation at every size, on the scene `make` builds for it.
+Times TimeAll(const std::vector<const Operation*>& ops, const std::vector<cv::Size>& sizes,
+              const std::function<Scene(const Operation&, cv::Size)>& make, const char* title) {
+  PrintHeader(title, sizes);
+  Times times;
+  for (const Operation* op : ops) {
+    std::printf("%-38s", op->name.c_str());
+    for (const cv::Size& size : sizes) {
+      const double t = MedianSeconds(op->prepare(make(*op, size)));
+      times[op->name].push_back(t);
+      std::printf(" %12.3f", t * 1e3);
+      std::fflush(stdout);
+    }
+    std::printf("\n");
+  }
+  return times;
+}
+
+Scene OwnBoard(const Operation& op, cv::Size size) { return BoardScene(size, op.feature); }
+
+void RunScaling(const Options& options, std::vector<std::string>& lines) {
+  const auto ops = Selected(options);
+  const Times times = TimeAll(ops, options.sides, OwnBoard, "noisy board");
+  char line[512];
+  for (const Operation* op : ops) {
+    std::snprintf(line, sizeof line, "%s exponent=%.2f goal=%s", op->name.c_str(),
+                  Exponent(options.sides, times.at(op->name)), Goal(*op).c_str());
+    lines.push_back(line);
+  }
+}
+
+// The drawn templates a user would correlate with instead: a plus with bars a third of the
+// mark, or the rectangle, on a 5-pixel black margin.
+cv::Mat DrawnTemplate(Feature feature, cv::Size2f half) {
+  const int w = static_cast<int>(2 * half.width), h = static_cast<int>(2 * half.height);
+  cv::Mat templ = cv::Mat::zeros(h + 10, w + 10, CV_8UC1);
+  if (feature == Feature::kCross) {
+    cv::rectangle(templ, cv::Rect(5, h / 3 + 5, w, h / 3), cv::Scalar(255), cv::FILLED);
+    cv::rectangle(templ, cv::Rect(w / 3 + 5, 5, w / 3, h), cv::Scalar(255), cv::FILLED);
+  } else {
+    cv::rectangle(templ, cv::Rect(5, 5, w, h), cv::Scalar(255), cv::FILLED);
+  }
+  return templ;
+}
+
+void RunRatio(const char* name, const char* opName, Feature feature, cv::Size2f half,
+              std::vector<std::string>& lines) {
+  const cv::Size size(2048, 2048);
+  const Scene scene = BoardScene(size, feature);
+  const Operation* op = nullptr;
+  for (const Operation& candidate : Operations()) {
+    if (candidate.name == opName) op = &candidate;
+  }
+  const double ours = MedianSeconds(op->prepare(scene));
+  const cv::Mat templ = DrawnTemplate(feature, half);
+  cv::Mat scores;
+  const double reference = MedianSeconds(
+      {[] {}, [&] { cv::matchTemplate(scene.plane, templ, scores, cv::TM_CCOEFF_NORMED); }});
+  std::printf("%s: %s %.1f ms, matchTemplate %.1f ms\n", name, opName, ours * 1e3, reference * 1e3);
+  char line[256];
+  std::snprintf(line, sizeof line, "%s ratio=%.2f goal=3", name, ours / reference);
+  lines.push_back(line);
+}
+
+void RunRatios(std::vector<std::string>& lines) {
+  const Scene defaults;
+  RunRatio("cross_vs_template", "slot14_LocateCrossMark", Feature::kCross, defaults.crossHalf,
+           lines);
+  RunRatio("rect_vs_template", "slot18_LocateRectangleMark", Feature::kRectangle, defaults.rectHalf,
+           lines);
+}
+
+std::pair<std::string, double> Slowest(const Times& times) {
+  std::pair<std::string, double> slowest{"", 0.0};
+  for (const auto& [name, t] : times) {
+    if (t.back() > slowest.second) slowest = {name, t.back()};
+  }
+  return slowest;
+}
+
+void RunAdversarial(const Options& options, std::vector<std::string>& lines) {
+  const auto ops = Selected(options);
+  const auto& sizes = options.adversarial;
+  for (const AdversarialPlane& plane : AdversarialPlanes()) {
+    const Times times = TimeAll(
+        ops, sizes, [&](const Operation&, cv::Size size) { return AdversarialScene(plane, size); },
+        plane.name.c_str());
+    const auto [name, seconds] = Slowest(times);
+    const Operation* op = nullptr;
+    for (const Operation* candidate : ops) {
+      if (candidate->name == name) op = candidate;
+    }
+    char line[512];
+    std::snprintf(line, sizeof line,
+                  "adversarial_%s slowest=%s seconds_%dx%d=%.3f exponent=%.2f goal=%s",
+                  plane.name.c_str(), name.c_str(), sizes.back().width, sizes.back().height,
+                  seconds, Exponent(sizes, times.at(name)), Goal(*op).c_str());
+    lines.push_back(line);
+  }
+}
+
+void RunFullField(const Options& options, std::vector<std::string>& lines) {
+  const Times times =
+      TimeAll(Selected(options), {{2448, 2048}}, OwnBoard, "noisy board, full field of view");
+  const auto [name, seconds] = Slowest(times);
+  char line[256];
+  std::snprintf(line, sizeof line, "full_field slowest=%s seconds=%.3f goal=1", name.c_str(),
+                seconds);
+  lines.push_back(line);
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+  const bench::Options options = bench::ParseOptions(argc, argv);
+  cv::setNumThreads(1);  // one thread: the exponents follow the work, not the free cores
+  std::vector<std::string> lines;
+  if (options.Wants("scaling")) bench::RunScaling(options, lines);
+  if (options.Wants("ratios")) bench::RunRatios(lines);
+  if (options.Wants("adversarial")) bench::RunAdversarial(options, lines);
+  if (options.Wants("full")) bench::RunFullField(options, lines);
+  std::printf("\n");
+  for (const std::string& line : lines) std::printf("%s\n", line.c_str());
+  return 0;
+}
