@@ -209,6 +209,78 @@ TEST(TemplateMark, FilterLeavesTheFirstCornerUnchecked) {
   EXPECT_TRUE(Filter(rotated, 40, 24, MarkKind::kRectangle).empty());
 }
 
+// Oracle: the one-pass filter against the literal walk that erases in place, at every ladder
+// level of noisy scenes with thousands of contours. Both lists must match in content and
+// order: the fallback walks the kept contours and the merge groups by acceptance order.
+struct OracleScene {
+  const char* name;
+  MarkKind kind;
+  float w, h;
+};
+
+// Marks of the nominal size (upright and tilted) among pads of half its size, on noise; the
+// uniform noise scene gives the most contours.
+cv::Mat OraclePlane(const OracleScene& scene) {
+  if (std::string(scene.name) == "uniform") {
+    cv::Mat plane(240, 320, CV_8UC1);
+    cv::RNG(9).fill(plane, cv::RNG::UNIFORM, 0, 256);
+    return plane;
+  }
+  Board board({320, 240});
+  for (int i = 0; i < 12; ++i) {
+    const cv::Point2d centre(40 + 80 * (i % 4), 40 + 80 * (i / 4));
+    if (i % 3 == 2) {
+      board.RotatedRectangle(centre, scene.w, scene.h, 15.0f * (i % 5));
+    } else if (scene.kind == MarkKind::kCross) {
+      board.Plus(centre, scene.w, scene.h);
+    } else {
+      board.Rectangle(centre, scene.w, scene.h);
+    }
+    board.Rectangle(centre + cv::Point2d(30, 30), scene.w / 2, scene.h / 2);
+  }
+  return board.Render(4, 30.0);
+}
+
+class FilterOracleTest : public ::testing::TestWithParam<OracleScene> {};
+
+TEST_P(FilterOracleTest, OnePassFilterMatchesTheLiteralWalkAtEveryLevel) {
+  const OracleScene& scene = GetParam();
+  const cv::Mat grey = OraclePlane(scene);
+  size_t found = 0, kept = 0, accepted = 0;
+  for (int level = 0; level < tm::LadderLevels(scene.kind); ++level) {
+    SCOPED_TRACE(level);
+    const cv::Mat binary = tm::LadderLevelImage(grey, level, scene.kind);
+    PolygonList literal;
+    cv::findContours(binary.clone(), literal, cv::RETR_LIST, cv::CHAIN_APPROX_SIMPLE);
+    found += literal.size();
+    PolygonList fast = literal;
+    // Accepted polygons are appended behind what earlier levels left.
+    PolygonList literalRaw = {Square({5, 5}, 2)}, fastRaw = literalRaw;
+    tm::FilterMarkPolygonsLiteral(binary, literal, scene.w, scene.h, scene.kind, literalRaw);
+    tm::FilterMarkPolygons(binary, fast, scene.w, scene.h, scene.kind, fastRaw);
+    EXPECT_TRUE(fast == literal);  // (a mismatch would print thousands of polygons)
+    EXPECT_TRUE(fastRaw == literalRaw);
+    kept += literal.size();
+    accepted += literalRaw.size() - 1;
+  }
+  // The scene must exercise all three outcomes, or the comparison proves little.
+  EXPECT_GT(found, 5000u);
+  EXPECT_GT(kept, 0u);
+  if (std::string(scene.name) == "marks") {
+    EXPECT_GT(accepted, 0u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(TemplateMark, FilterOracleTest,
+                         ::testing::Values(OracleScene{"marks", MarkKind::kCross, 36, 36},
+                                           OracleScene{"marks", MarkKind::kRectangle, 40, 24},
+                                           OracleScene{"uniform", MarkKind::kCross, 30, 30},
+                                           OracleScene{"uniform", MarkKind::kRectangle, 40, 24}),
+                         [](const auto& info) {
+                           return std::string(info.param.name) +
+                                  (info.param.kind == MarkKind::kCross ? "Cross" : "Rectangle");
+                         });
+
 // ---- MergeCandidates ----
 
 TEST(TemplateMark, MergeOfNothingFailsAndLeavesTheMergedListEmpty) {

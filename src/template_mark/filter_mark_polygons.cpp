@@ -74,6 +74,29 @@ bool IsUprightRectangle(const Polygon& polygon) {
   return angle < 10.0f || angle > 80.0f;
 }
 
+}  // namespace
+
+ContourVerdict JudgeMarkContour(const Polygon& contour, float markWidth, float markHeight,
+                                MarkKind kind) {
+  ContourVerdict verdict;
+  const float area = NominalArea(markWidth, markHeight, kind);
+  const double contourArea = std::fabs(cv::contourArea(contour));
+  if (contourArea < 0.5 * area || contourArea > 2.0 * area) return verdict;
+  Polygon polygon = ApproximatePolygon(contour);
+  // A wrong outline may still be the mark seen badly; keep it for the template fallback.
+  verdict.keep = true;
+  if (!HasMarkShape(polygon, kind)) return verdict;
+  if (!SizeFits(polygon, markWidth, markHeight, kind)) {
+    verdict.keep = false;
+    return verdict;
+  }
+  // A tilted rectangle of the right size is not accepted as a polygon but stays for the
+  // template fallback, like a wrong outline.
+  if (kind == MarkKind::kRectangle && !IsUprightRectangle(polygon)) return verdict;
+  verdict.accepted = std::move(polygon);
+  return verdict;
+}
+
 void ShowAcceptedPolygon(const cv::Mat& binary, const Polygon& polygon, MarkKind kind) {
   if (DebugSwitch(kind) == 0) return;
   cv::Mat colour;
@@ -85,37 +108,22 @@ void ShowAcceptedPolygon(const cv::Mat& binary, const Polygon& polygon, MarkKind
   debug_view::Wait(100);
 }
 
-}  // namespace
-
+// One pass that moves every kept contour down over the erased ones: the same list in the same
+// order as erasing in place, without shifting the tail once per erased contour (noise gives
+// hundreds of thousands of contours, nearly all erased).
 void FilterMarkPolygons(const cv::Mat& binary, PolygonList& contours, float markWidth,
                         float markHeight, MarkKind kind, PolygonList& raw) {
-  const float area = NominalArea(markWidth, markHeight, kind);
-  for (auto it = contours.begin(); it != contours.end();) {
-    const double contourArea = std::fabs(cv::contourArea(*it));
-    if (contourArea < 0.5 * area || contourArea > 2.0 * area) {
-      it = contours.erase(it);
-      continue;
-    }
-    Polygon polygon = ApproximatePolygon(*it);
-    // A wrong outline may still be the mark seen badly; keep it for the template fallback.
-    if (!HasMarkShape(polygon, kind)) {
-      ++it;
-      continue;
-    }
-    if (!SizeFits(polygon, markWidth, markHeight, kind)) {
-      it = contours.erase(it);
-      continue;
-    }
-    // A tilted rectangle of the right size is not accepted as a polygon but stays for the
-    // template fallback, like a wrong outline.
-    if (kind == MarkKind::kRectangle && !IsUprightRectangle(polygon)) {
-      ++it;
-      continue;
-    }
-    ShowAcceptedPolygon(binary, polygon, kind);
-    raw.push_back(std::move(polygon));
-    ++it;
+  auto kept = contours.begin();
+  for (auto it = contours.begin(); it != contours.end(); ++it) {
+    ContourVerdict verdict = JudgeMarkContour(*it, markWidth, markHeight, kind);
+    if (!verdict.keep) continue;
+    if (kept != it) *kept = std::move(*it);
+    ++kept;
+    if (verdict.accepted.empty()) continue;
+    ShowAcceptedPolygon(binary, verdict.accepted, kind);
+    raw.push_back(std::move(verdict.accepted));
   }
+  contours.erase(kept, contours.end());
 }
 
 }  // namespace imgtarn::template_mark

@@ -78,6 +78,15 @@ void RunTemplateFallback(const cv::Mat& grey, const cv::Mat& binary, const Polyg
 
 }  // namespace
 
+int LadderLevels(MarkKind kind) { return LadderOf(kind).levels; }
+
+cv::Mat LadderLevelImage(const cv::Mat& grey, int level, MarkKind kind) {
+  const Ladder ladder = LadderOf(kind);
+  cv::Mat binary = Binarise(grey, level, ladder.levels);
+  if (ladder.gradient) binary = GradientMagnitude(binary);
+  return binary;
+}
+
 int FindMarkCandidates(const cv::Mat& grey, float markWidth, float markHeight, MarkKind kind,
                        PolygonList& merged, PolygonList& raw) {
   if (grey.empty()) return -1;
@@ -89,8 +98,7 @@ int FindMarkCandidates(const cv::Mat& grey, float markWidth, float markHeight, M
   const cv::Mat working = grey.clone();
   MarkTemplates templates(kind, markWidth, markHeight);
   for (int level = 0; level < ladder.levels; ++level) {
-    cv::Mat binary = Binarise(working, level, ladder.levels);
-    if (ladder.gradient) binary = GradientMagnitude(binary);
+    cv::Mat binary = LadderLevelImage(working, level, kind);
     if (DebugSwitch(kind) != 0) {
       debug_view::Show("auto threshold", binary);
       debug_view::Wait(100);

@@ -100,6 +100,26 @@ bool VerifyByTemplate(const cv::Mat& grey, const cv::Rect& box, MarkTemplates& t
 // and orientation failures stay for the fallback).
 void FilterMarkPolygons(const cv::Mat& binary, PolygonList& contours, float markWidth,
                         float markHeight, MarkKind kind, PolygonList& raw);
+// The reference walk that erases each rejected contour in place (quadratic in the contours).
+void FilterMarkPolygonsLiteral(const cv::Mat& binary, PolygonList& contours, float markWidth,
+                               float markHeight, MarkKind kind, PolygonList& raw);
+
+// What the shape test decides for one contour: erased (keep false), kept for the fallback,
+// or kept and accepted as the polygon in `accepted`.
+struct ContourVerdict {
+  bool keep = false;
+  Polygon accepted;
+};
+ContourVerdict JudgeMarkContour(const Polygon& contour, float markWidth, float markHeight,
+                                MarkKind kind);
+// The "approxPolyDP" debug view of an accepted polygon's vertices.
+void ShowAcceptedPolygon(const cv::Mat& binary, const Polygon& polygon, MarkKind kind);
+
+// The ladder's level count (7 cross, 11 rectangle) and the image whose contours level
+// `level` takes: the dilated edge map at level 0, the mask of a rising grey threshold above
+// it, for the rectangle turned into the mask's gradient magnitude.
+int LadderLevels(MarkKind kind);
+cv::Mat LadderLevelImage(const cv::Mat& grey, int level, MarkKind kind);
 
 // The binarisation ladder. Returns -1 for an empty image, else 0 with the merged list (one
 // candidate per mark, in order of first acceptance) and the raw accepted list.
