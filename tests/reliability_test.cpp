@@ -527,12 +527,16 @@ TEST(NoHang, AHugeMedianWindowEqualsOneCoveringThePlane) {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-TEST(BadInput, NullPlanesAreRefused) {
+TEST(BadInput, NullPlanesAndParaAreRefused) {
   Object obj = NewObject();
   float para[5] = {kWf, kHf, 12, 60, 0}, result[5] = {7, 7, 7, 7, 7};
   EXPECT_EQ(obj->DetectCirclesSmoothed(nullptr, para, 5, result), -1);
   EXPECT_EQ(obj->AdjustCircleEdges(nullptr, para, nullptr, result), -1);
   EXPECT_EQ(result[4], 7.0f);  // untouched
+  Bytes scene = Scene();
+  float counts[3] = {7, 7, 7};
+  EXPECT_EQ(obj->CountContourPixels(scene.data(), nullptr, nullptr, counts), -1);
+  EXPECT_EQ(counts[0], 7.0f);
   float edges[5] = {kWf, kHf, 0, 0, 0};
   Bytes plane = Scene(), chars = Chars("a.png");
   EXPECT_EQ(obj->DetectEdgesCanny(plane.data(), edges, nullptr, result), -1);
@@ -561,6 +565,28 @@ TEST(BadInput, NaNOrNegativeSizesAreRefused) {
               -1);
   }
   EXPECT_EQ(dst, Bytes(plane.size(), 0));  // nothing written by any refusal
+}
+
+// A tolerance out of the 32-bit range reads as INT_MIN, which is not above 2: t = 5. One in
+// range but far beyond the plane searches every radius the plane can hold.
+TEST(BadInput, SlotThreeToleranceOutOfRangeIsFiveAndAHugeOneStaysBounded) {
+  Object obj = NewObject();
+  Bytes plane = Scene();
+  const auto detect = [&](float tolerance) {
+    float para[10] = {kWf, kHf, 12, 60, 0, 0, 0, 0, 0, tolerance};
+    Floats result(3, 7.0f);
+    EXPECT_EQ(obj->DetectCirclesSmoothed(plane.data(), para, 10, result.data()), 0) << tolerance;
+    return result;
+  };
+  const Floats five = detect(5);
+  ASSERT_NEAR(five[0], 30, 1.5);
+  for (float t : {3e9f, 1e30f, std::numeric_limits<float>::infinity(), 2147483648.0f})
+    EXPECT_EQ(detect(t), five) << t;
+  for (float t : {1e9f, 2147483520.0f}) {
+    Floats result;
+    ASSERT_NO_THROW(result = detect(t)) << t;
+    EXPECT_NE(result[0], 7.0f) << t;
+  }
 }
 
 TEST(BadInput, NaNParameters) {

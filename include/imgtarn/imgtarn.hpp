@@ -53,7 +53,9 @@ class ImgTarn_IF {
   //   of para (at least 5). para (read only): [0] width, [1] height (truncated), [2] radius r,
   //   [3] Canny threshold of the search (below 1 or NaN: 60), [4] debug (1 shows "Smoothing",
   //   "Circles Image" and "Circle Found"), [9] radius tolerance t, read only when paraCount > 9
-  //   and used only when above 2 (truncated); otherwise t = 5. Radii searched: r - t .. r + t.
+  //   and used only when above 2 (truncated); otherwise t = 5 (also for values out of the
+  //   32-bit range, which read as INT_MIN). Radii searched: r - t .. r + t, at most the
+  //   plane's diagonal (no larger circle centred in the plane meets an edge in it).
   //   result: [0], [1] centre x, y, [2] radius of the circle found (not r); 0, 0, 0 when none
   //   is found, r is 0 or below or exceeds the plane's longer side, or the call is refused.
   //   Of several circles the one whose radius is nearest r wins; ties keep Hough order.

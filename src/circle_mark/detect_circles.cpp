@@ -42,9 +42,10 @@ DirectHoughParams FromText(char** texts) {
 
 DirectHoughParams FromPara(const float* para, int paraCount) {
   const float radius = para[2];
-  // The tolerance is read only from a long enough array and only when it widens the range.
+  // The tolerance is read only from a long enough array and only when it widens the range; a
+  // value out of the 32-bit range reads as INT_MIN, which does not.
   int tolerance = kDefaultTolerance;
-  if (paraCount > 9 && para[9] > 2.0f) tolerance = ParaInt(para, 9);
+  if (paraCount > 9 && para[9] > 2.0f && ParaInt(para, 9) > 2) tolerance = ParaInt(para, 9);
   DirectHoughParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);

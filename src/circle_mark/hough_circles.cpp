@@ -1,5 +1,6 @@
 // The shared Hough call and the smoothing both search stages start from.
 #include <algorithm>
+#include <cmath>
 #include <opencv2/imgproc.hpp>
 
 #include "circle_mark/circle_mark.hpp"
@@ -13,6 +14,11 @@ CircleList HoughGradientCircles(const cv::Mat& image, double param1, double para
   // A maximum radius of 0 or below would make OpenCV search every radius up to the image size
   // (or report bare centres); no caller means that, so such a range finds nothing.
   if (maxRadius <= 0) return circles;
+  // No circle centred in the image reaches an edge pixel farther than its diagonal; a larger
+  // maximum only makes OpenCV size its radius tables beyond what it can allocate.
+  const int reach = static_cast<int>(std::ceil(std::hypot(image.cols, image.rows)));
+  maxRadius = std::min(maxRadius, reach);
+  if (minRadius > maxRadius) return circles;
   // A region is searched as an image of its own: on a view, the edge and gradient passes
   // inside cv::HoughCircles read the pixels around it, and the circle count decides branches.
   const cv::Mat own = image.isSubmatrix() ? image.clone() : image;

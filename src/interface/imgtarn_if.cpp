@@ -1,12 +1,11 @@
 // The thin operations of ImgTarn_IF: argument forwarding and mode dispatch only.
-#include "imgtarn/imgtarn.hpp"
-
 #include "buffers/buffers.hpp"
 #include "cad_overlay/cad_overlay.hpp"
 #include "circle_mark/circle_mark.hpp"
 #include "common/para.hpp"
 #include "contours/contours.hpp"
 #include "edges/edges.hpp"
+#include "imgtarn/imgtarn.hpp"
 #include "lead/lead.hpp"
 #include "template_mark/template_mark.hpp"
 
@@ -22,8 +21,8 @@ int ImgTarn_IF::Initialize() { return 0; }
 
 int ImgTarn_IF::SumFirstTwoSamples(void* record) {
   // The host's record carries its data pointer 8 bytes in; nothing else of it is ours.
-  const unsigned char* samples = *reinterpret_cast<unsigned char**>(
-      static_cast<unsigned char*>(record) + 8);
+  const unsigned char* samples =
+      *reinterpret_cast<unsigned char**>(static_cast<unsigned char*>(record) + 8);
   return static_cast<int>(samples[0]) + static_cast<int>(samples[1]);
 }
 
@@ -49,8 +48,8 @@ int ImgTarn_IF::DrawContoursAllExternal(unsigned char* a1, float* para, unsigned
   return contours::DrawContoursAllExternal(a1, para, a3, a4, a5);
 }
 
-int ImgTarn_IF::ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3,
-                                     float* para, float* a5, unsigned char* plane) {
+int ImgTarn_IF::ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3, float* para,
+                                     float* a5, unsigned char* plane) {
   return contours::ClassifyRingContours(a1, a2, a3, para, a5, plane);
 }
 
@@ -68,8 +67,7 @@ int ImgTarn_IF::LocateCircleMarkQuick(unsigned char* plane, float* para, void* i
   return circle_mark::LocateCircleMarkQuick(plane, para, ignored, result);
 }
 
-int ImgTarn_IF::LocateCircleMark(unsigned char* plane, float* para, void* ignored,
-                                 float* result) {
+int ImgTarn_IF::LocateCircleMark(unsigned char* plane, float* para, void* ignored, float* result) {
   return circle_mark::LocateCircleMark(plane, para, ignored, result);
 }
 
@@ -102,8 +100,9 @@ int ImgTarn_IF::LocateRectangleMark(unsigned char* plane, float* para, void*, fl
 }
 
 int ImgTarn_IF::CountContourPixels(unsigned char* plane, float* para, void*, float* result) {
-  // A float comparison: -0.0 takes the first routine too, NaN the second.
-  if (para[3] == 0.0f) return contours::CountEnclosedPixels(plane, para, result);
+  // A float comparison: -0.0 takes the first routine too, NaN the second. A null para is
+  // never read here; the routine refuses it.
+  if (para != nullptr && para[3] == 0.0f) return contours::CountEnclosedPixels(plane, para, result);
   return contours::CountOutlinePixels(plane, para, result);
 }
 
@@ -174,8 +173,7 @@ int ImgTarn_IF::Slot30Dispatch(float* heights, float* filtered, float* para) {
 }
 
 int ImgTarn_IF::LoadImagePlanes(unsigned char* path, unsigned char** channel2,
-                                unsigned char** channel1, unsigned char** channel0,
-                                float* para) {
+                                unsigned char** channel1, unsigned char** channel0, float* para) {
   return buffers::LoadImagePlanes(path, channel2, channel1, channel0, para);
 }
 
@@ -185,8 +183,7 @@ int ImgTarn_IF::SaveImagePlanes(unsigned char* path, unsigned char* channel2,
 }
 
 int ImgTarn_IF::ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3,
-                             unsigned char* a4, unsigned char* a5, unsigned char* a6,
-                             float* para) {
+                             unsigned char* a4, unsigned char* a5, unsigned char* a6, float* para) {
   return buffers::ResizePlanes(a1, a2, a3, a4, a5, a6, para);
 }
 
