@@ -142,12 +142,12 @@ std::vector<SpillCase> SpillCases() {
                    Mask(kPlane, {cv::Rect(0, 0, 60, 50)})});
   // More than 255 rings: the first rings' weights truncate to 0 and take the next ones'.
   const cv::Size wide(600, 8);
-  cases.push_back({"many rings", Mask(wide, {cv::Rect(0, 3, 1, 1)}),
-                   cv::Mat(wide, CV_8UC1, cv::Scalar(255))});
+  cases.push_back(
+      {"many rings", Mask(wide, {cv::Rect(0, 3, 1, 1)}), cv::Mat(wide, CV_8UC1, cv::Scalar(255))});
   // Too long for 16-bit distances: the 32-bit ones take over.
   const cv::Size line(32770, 1);
-  cases.push_back({"32-bit", Mask(line, {cv::Rect(32000, 0, 3, 1)}),
-                   Mask(line, {cv::Rect(31960, 0, 90, 1)})});
+  cases.push_back(
+      {"32-bit", Mask(line, {cv::Rect(32000, 0, 3, 1)}), Mask(line, {cv::Rect(31960, 0, 90, 1)})});
   // Random pads and holes in the boundary, on widths around the eight-cell distance steps.
   cv::RNG rng(5);
   for (int i = 0; i < 16; ++i) {
@@ -259,7 +259,7 @@ TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
   EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
 }
 
-TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignment) {
+TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignmentAZeroSideRaises) {
   const cv::Mat cad = Mask(kPlane, {kPad});
   const cv::Mat empty = cv::Mat::zeros(kPlane, CV_8UC1);
   const cv::Mat boundary = Mask(kPlane, {kInside});
@@ -273,6 +273,11 @@ TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignment) {
   EXPECT_EQ(Pass(cad.clone(), empty, boundary, 1), 0.0);
   const cv::Mat strip = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
   EXPECT_FALSE(follow(Mask(kPlane, {cv::Rect(0, 22, 60, 16)}), strip));
+  // A 1 x 40 blob on the 20 x 20 pad is scaled by 0.5 (the ratio nearer 1): its width
+  // truncates to 0 and the resize's error leaves pass 1, as it does for the template patch.
+  EXPECT_THROW(follow(Mask(kPlane, {cv::Rect(30, 10, 1, 40)}), cad), cv::Exception);
+  cv::Mat patch = Mask({20, 20}, {{9, 0, 1, 20}});
+  EXPECT_THROW(co::FollowPatch(patch, Mask({20, 20}, {{0, 5, 20, 10}})), cv::Exception);
 }
 
 // ---- Slot 20 adapter ----
@@ -294,7 +299,7 @@ TEST(FollowCadOverlay, RefusesNullPlanesAndZeroAreaRoundsSizesAndLeavesTheMeasur
   EXPECT_EQ(co::FollowCadOverlay(nullptr, planes.boundary.data, planes.measured.data, para,
                                  &planes.score),
             -1);
-  EXPECT_EQ(planes.score, -5.0f);  // untouched
+  EXPECT_EQ(planes.score, -5.0f);          // untouched
   EXPECT_EQ(planes.Run(0, 0.4f, 60), -1);  // rounds to 0
   EXPECT_EQ(planes.score, 0.0f);
   const cv::Mat before = planes.measured.clone();
@@ -481,7 +486,11 @@ INSTANTIATE_TEST_SUITE_P(
         PC{kColumnOfThree, 0, 0, 3, 1, kColumnOfThreeBlobs},
         PC{kColumnOfThree, 3, 2, 3, 1, kColumnOfThreeBlobs},
         // A pad touching the right edge leaves its column band open: it is not found.
-        PC{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}}, 0, 0, 1, 2,
+        PC{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}},
+           0,
+           0,
+           1,
+           2,
            {{10, 20, 21, 21}, {50, 20, 21, 21}}},
         // Only a row band (the column touches the right edge): the whole image is split by
         // rows. Only a column band (the row touches the bottom): split by columns.

@@ -333,13 +333,17 @@ class ImgTarn_IF {
   //   score (out): the better of two passes, 0 or more; 1 = the blob covers the pad and spills
   //     nowhere. Pass 0 scores the blob where it lies; pass 1 rescales it to the CAD box and
   //     moves it onto the CAD centroid first. A pass scores the covered share of the pad minus
-  //     the spill inside the boundary (a pixel in the i-th of n 3x3 rings around the pad
-  //     weighs i/n), divided for the scale and both centroid-offset ratios r (v = r or 1/r,
-  //     whichever is <= 1) by 2^(1-v) on pass 0 and by exp(1-v) on pass 1.
+  //     the spill inside the boundary, divided for the scale and both centroid-offset ratios
+  //     r (v = r or 1/r, whichever is <= 1) by 2^(1-v) on pass 0 and by exp(1-v) on pass 1.
+  //     Spill weights: n rings of 3x3 growth from the pad stay inside the boundary; a pixel
+  //     of ring i weighs trunc(255 i / n) / 255, a ring whose weight truncates to 0 (n > 255)
+  //     takes the next ring's, and pixels beyond the last ring (or all, when the first growth
+  //     already leaves the boundary and n = 0) weigh 0.
   //   Returns -1 for a null plane (score untouched) or a zero area (score 0); otherwise 0.
   //     An empty measured or CAD blob scores 0. A boundary of 255 everywhere lets the rings
   //     grow to the plane's edge.
-  //   Exceptions: cv::Exception from OpenCV only.
+  //   Exceptions: cv::Exception from OpenCV only; pass 1 raises one when the rescale truncates
+  //     a side of the blob to 0 pixels (a 1 x 40 blob on a 20 x 20 pad is scaled by 0.5).
   //   Example: float para[3] = {w, h, 0}, score;
   //            obj->FollowCadOverlay(boundary, cad, measured, para, nullptr, &score);
   virtual int FollowCadOverlay(unsigned char* boundaryMask, unsigned char* cadPad,

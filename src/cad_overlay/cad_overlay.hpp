@@ -76,7 +76,7 @@ cv::Rect PullBackFromFarEdges(cv::Rect box, int cols, int rows);
 // Sets `image` to zero and copies `part` into it with its top-left corner at `topLeft`; the
 // parts that fall outside the image are cut off.
 void PlaceAlone(const cv::Mat& part, cv::Point topLeft, cv::Mat& image);
-// `size` scaled by `scale` with truncation, at least 1 x 1 so a resize stays defined.
+// `size` scaled by `scale` with truncation; a side may become 0, and cv::resize then raises.
 cv::Size ScaledSize(cv::Size size, float scale);
 
 // ---- CAD overlay following ----
@@ -109,7 +109,7 @@ class SpillRings {
 
  private:
   int rings_ = 0;
-  cv::Mat distance_;                     // chessboard distance to the pad, CV_16S or CV_32S
+  cv::Mat distance_;                       // chessboard distance to the pad, CV_16S or CV_32S
   std::vector<unsigned char> ringWeight_;  // by distance; entry rings + 1 (beyond) is 0
 };
 // The whole map and the ring count from the distance transform.

@@ -159,9 +159,8 @@ void PlaceAlone(const cv::Mat& part, cv::Point topLeft, cv::Mat& image) {
 }
 
 cv::Size ScaledSize(cv::Size size, float scale) {
-  const int width = TruncToInt(static_cast<float>(size.width) * scale);
-  const int height = TruncToInt(static_cast<float>(size.height) * scale);
-  return cv::Size(width < 1 ? 1 : width, height < 1 ? 1 : height);
+  return cv::Size(TruncToInt(static_cast<float>(size.width) * scale),
+                  TruncToInt(static_cast<float>(size.height) * scale));
 }
 
 }  // namespace imgtarn::cad_overlay
