@@ -580,9 +580,14 @@ TEST(MatchOneTemplate, OwnPadScoresOneAnEmptyTemplateZeroAndALargerOneFitsInside
   const cv::Mat scene = Mask(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});
   EXPECT_NEAR(co::MatchOneTemplate(scene, cv::Mat(25, 30, CV_8UC1, cv::Scalar(255))), 1.0f, 1e-5f);
   EXPECT_EQ(co::MatchOneTemplate(scene, cv::Mat::zeros(8, 8, CV_8UC1)), 0.0f);
-  // 10 wider than the scene (dx = -9): the border gives the pad room to sit under it.
+  // 10 wider than the scene (dx = -9): the border gives the pad room to sit under it. One
+  // wider or higher (dx or dy = 0) is framed the same way.
   const cv::Mat small = Mask({30, 20}, {{5, 5, 20, 10}});
-  EXPECT_NEAR(co::MatchOneTemplate(small, Mask({40, 20}, {{10, 5, 20, 10}})), 1.0f, 1e-5f);
+  for (const cv::Size size :
+       {cv::Size(40, 20), cv::Size(31, 20), cv::Size(30, 21), cv::Size(31, 21)}) {
+    const cv::Mat templ = Mask(size, {{5, 5, 20, 10}});
+    EXPECT_NEAR(co::MatchOneTemplate(small, templ), 1.0f, 1e-5f) << size;
+  }
 }
 
 TEST(ShapeAgreement, IdenticalIsOneAndMissingPartsLowerIt) {

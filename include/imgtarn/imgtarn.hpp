@@ -451,11 +451,20 @@ class ImgTarn_IF {
   //     best normalised cross-correlation over the Otsu-binarised plane and the shape
   //     agreement there (covered share of the template minus spilled share after aligning
   //     the blob, divided by 2^(1-v) for the size ratio; may be negative). About 1 on the
-  //     reference image. A template larger than the plane is matched inside a black border;
-  //     one without a set pixel scores 0.
+  //     reference image. A template larger than the plane in either direction, by one line
+  //     or more, is matched inside a black border of the excess + 5 pixels; one without a set
+  //     pixel scores 0.
+  //   Alignment of the patch under a template: as slot 20's pass 1 (linear rescale of the
+  //     blob's box by the ratio nearer 1, pulled back one line from the right and bottom
+  //     edges, placed alone, moved onto the template's centroid and clamped). When the pulled
+  //     back box still starts left of or above the patch, the box is scaled once more by the
+  //     ratio of patch to box nearer 1 (truncated), the crop is resized to it with cubic
+  //     interpolation from that same top-left corner, without a second edge correction, and
+  //     then clamped and placed.
   //   Returns 0 always. Null blobPixels or blobRects, K < 1, a null plane or a zero area:
   //     only scores[0] = 0 is written.
-  //   Exceptions: cv::Exception from OpenCV only.
+  //   Exceptions: cv::Exception from OpenCV only; as in slot 20, a rescale that truncates a
+  //     side of the patch's blob to 0 pixels raises one. No template size does.
   //   Example: float p[7] = {w, h, 1, 0, 0, 0, grid[1]}, scores[64];
   //            obj->MatchPadTemplates(plane, p, nullptr, scores, pixels, rects);
   virtual int MatchPadTemplates(unsigned char* plane, float* para, void* ignored, float* scores,

@@ -48,9 +48,10 @@ float MatchOneTemplate(const cv::Mat& scene, const cv::Mat& templ) {
   const int dx = scene.cols - templ.cols + 1;
   const int dy = scene.rows - templ.rows + 1;
   cv::Mat padded = scene;
-  if (dx < 0 || dy < 0) {
-    // A template larger than the scene is matched against the scene framed in black.
-    const int pad = std::max(dx < 0 ? -dx : 0, dy < 0 ? -dy : 0) + 5;
+  if (dx <= 0 || dy <= 0) {
+    // A template larger than the scene, even by one line (dx or dy 0), is matched against
+    // the scene framed in black.
+    const int pad = std::max({-dx, -dy, 0}) + 5;
     cv::copyMakeBorder(scene, padded, pad, pad, pad, pad, cv::BORDER_CONSTANT, cv::Scalar(0));
   }
   cv::Mat result;
