@@ -451,6 +451,9 @@ TEST(Bands, ChooseBandsKeepsTheExpectedOrTheLeadingAlikeRun) {
   EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 3u);
   expected = 9;
   EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 4u);
+  expected = -2;  // a negative grid is given: its first -2 bands are none
+  EXPECT_TRUE(co::ChooseBands(byMass, expected).empty());
+  EXPECT_EQ(expected, -2);
 }
 
 struct ProjectionCase {
@@ -552,6 +555,24 @@ TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
     EXPECT_EQ(rects[4 * i + 2], 20);
     EXPECT_EQ(rects[4 * i + 3], 20);
   }
+  // Only a zero leaves the grid out: -1 rows and 5 columns is a grid, whose columns count.
+  para[4] = -1;
+  para[5] = 5;
+  ASSERT_EQ(co::SplitPadBlobs(image.data, para, grid, pixels.data(), rects.data()), 0);
+  EXPECT_EQ(std::vector<float>(grid, grid + 2), (std::vector<float>{1, 5}));
+  // Specks of five 1s in a 3 x 3 cell vanish in the contour method's 5 x 5 Gaussian (at most
+  // 0.36 per pixel) but survive the projection method's 3 x 3 box (5 / 9 in the middle): a
+  // row of four one-pixel pads, each blob one line longer than its pad.
+  cv::Mat faint = cv::Mat::zeros(kField, CV_8UC1);
+  for (int x : {15, 45, 75, 105})
+    for (const cv::Point d : {cv::Point(-1, -1), {1, -1}, {-1, 1}, {1, 1}, {0, -1}})
+      faint.at<unsigned char>(cv::Point(x, 30) + d) = 1;
+  float fallback[6] = {120, 60, 1, 0, 0, 0};
+  rects.assign(16, -1);
+  ASSERT_EQ(co::SplitPadBlobs(faint.data, fallback, grid, pixels.data(), rects.data()), 0);
+  EXPECT_EQ(std::vector<float>(grid, grid + 2), (std::vector<float>{1, 4}));
+  EXPECT_EQ(std::vector<int>(rects.begin(), rects.begin() + 8),
+            (std::vector<int>{15, 30, 2, 2, 45, 30, 2, 2}));
   float flat[6] = {120, 60, 1, 0, 0, 0};
   cv::Mat plain(kField, CV_8UC1, cv::Scalar(0));
   grid[0] = -1;

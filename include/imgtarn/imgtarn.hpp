@@ -477,11 +477,15 @@ class ImgTarn_IF {
   //     brighter than the ground; [3] debug (non-zero): windows "tmp/debug_Sobel",
   //     "tmp/debug_threshold", "tmp/debug_Contours", "matFillContours", and in the projection
   //     method "二值化图片", "二值图像", "水平投影", "垂直投影", "0.jpg", "1.jpg"...; no files.
-  //     [4] grid rows, [5] grid columns (truncated; a grid is given only when both are > 0).
+  //     [4] grid rows, [5] grid columns (truncated; a grid is given unless either is 0, so
+  //     negative values and NaN, read as INT_MIN, are a given grid: the contour method
+  //     reports para[5] as it reads, the projection method keeps no band for a negative count).
   //   Contour method: external contours of the Otsu-binarised image (5x5 Gaussian), sorted by
   //     point count and cut at the first whose area is below 0.3 of the previous one's; each
   //     blob is the filled-contour mask (255 on 0) inside its contour's bounding box.
-  //   Projection method, only when no contour exists: the strongest closed band of non-empty
+  //   Projection method, only when no contour exists (the Otsu image is empty: a plane that
+  //     the 5x5 Gaussian makes flat, such as specks too faint to survive it, which the 3x3
+  //     box blur of this method keeps): the strongest closed band of non-empty
   //     rows or columns (a band touching the right or bottom edge never closes) is split
   //     across into one blob of grey samples per pad, each one line longer than its pad.
   //   gridShape (out, 2 floats): [0] rows, [1] columns. Contours: (1, para[5] when a grid is

@@ -45,9 +45,10 @@ std::optional<Band> FindStrongestBand(const std::vector<int>& profile) {
 }
 
 std::vector<Band> ChooseBands(const std::vector<Band>& byMass, int& expected) {
-  if (expected > 0) {
-    // A grid that promises more pads than there are bands keeps only the bands found.
-    const std::size_t count = std::min<std::size_t>(expected, byMass.size());
+  if (expected != 0) {
+    // A grid that promises more pads than there are bands keeps only the bands found; a
+    // negative one keeps none.
+    const std::size_t count = std::min<std::size_t>(std::max(expected, 0), byMass.size());
     return std::vector<Band>(byMass.begin(), byMass.begin() + count);
   }
   std::size_t kept = byMass.empty() ? 0 : 1;

@@ -31,7 +31,7 @@ struct OverlayParams {
 OverlayParams OverlayParamsFromPara(const float* para);
 
 // para of slot 27: [0] width, [1] height, [2] polarity, [3] debug, [4] grid rows,
-// [5] grid columns. A grid counts as given only when both values are positive.
+// [5] grid columns. A grid counts as given unless either value is 0.
 struct SplitParams {
   int width = 0;
   int height = 0;
@@ -39,7 +39,7 @@ struct SplitParams {
   bool debug = false;
   int gridRows = 0;  // 0 when no grid is given
   int gridCols = 0;
-  bool GridGiven() const { return gridRows > 0 && gridCols > 0; }
+  bool GridGiven() const { return gridRows != 0 && gridCols != 0; }
 };
 SplitParams SplitParamsFromPara(const float* para);
 

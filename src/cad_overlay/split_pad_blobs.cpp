@@ -12,8 +12,8 @@ SplitParams SplitParamsFromPara(const float* para) {
   params.brightPads = para[2] != 0.0f;
   params.debug = para[3] != 0.0f;
   const int rows = ParaInt(para, 4), cols = ParaInt(para, 5);
-  // A zero in either value means no grid; a negative count is no grid either.
-  if (rows > 0 && cols > 0) {
+  // Only a zero in either value means no grid; negative counts (NaN too) are a given grid.
+  if (rows != 0 && cols != 0) {
     params.gridRows = rows;
     params.gridCols = cols;
   }
