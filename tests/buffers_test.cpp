@@ -1,22 +1,23 @@
 // Buffer utilities: black holes, gain/offset, dominant levels, float median, resizing,
 // flat-field calibration and counting sort.
+#include "buffers/buffers.hpp"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <numeric>
+#include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+#include <opencv2/imgproc.hpp>
 #include <random>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <opencv2/core.hpp>
-#include <opencv2/core/utility.hpp>
-#include <opencv2/imgproc.hpp>
-
-#include "buffers/buffers.hpp"
 #include "buffers/para_f.hpp"
 
 namespace {
@@ -75,11 +76,11 @@ TEST_P(FillBlackHolesBox, PaintsBlackInsideTheBoxOnly) {
 // 40 x 40: the box is found from every second row and column; its last row and column are
 // exclusive. The black pixel (5, 5, 5) is painted, (5, 5, 6) is not.
 const std::vector<std::pair<cv::Rect, Rgb>> kBoxFills = {
-    {{8, 10, 31, 29}, kRef},   {{12, 14, 15, 17}, kBlack}, {{20, 29, 20, 29}, kBlack},
-    {{31, 20, 31, 20}, kBlack}, {{2, 2, 2, 2}, kBlack},    {{20, 20, 20, 20}, {5, 5, 5}},
+    {{8, 10, 31, 29}, kRef},      {{12, 14, 15, 17}, kBlack}, {{20, 29, 20, 29}, kBlack},
+    {{31, 20, 31, 20}, kBlack},   {{2, 2, 2, 2}, kBlack},     {{20, 20, 20, 20}, {5, 5, 5}},
     {{21, 20, 21, 20}, {5, 5, 6}}};
 const std::vector<std::pair<cv::Point, Rgb>> kBoxProbes = {
-    {{12, 14}, kRef},  {{15, 17}, kRef},   {{20, 20}, kRef}, {{21, 20}, {5, 5, 6}},
+    {{12, 14}, kRef},   {{15, 17}, kRef},   {{20, 20}, kRef}, {{21, 20}, {5, 5, 6}},
     {{20, 29}, kBlack}, {{31, 20}, kBlack}, {{2, 2}, kBlack}};
 const std::vector<std::pair<cv::Rect, Rgb>> kOneHole = {{{1, 1, 1, 1}, kBlack}};
 INSTANTIATE_TEST_SUITE_P(
@@ -92,7 +93,12 @@ INSTANTIATE_TEST_SUITE_P(
                       HoleCase{30, 3, kRef, kRef, 0, kOneHole, {{{1, 1}, kRef}}},
                       // A near-black reference (259 keeps its low byte, 3) spans the black
                       // area itself; its last row and column stay black.
-                      HoleCase{40, 40, {90, 90, 90}, {259, 3, 3}, 0, {{{10, 10, 29, 29}, kBlack}},
+                      HoleCase{40,
+                               40,
+                               {90, 90, 90},
+                               {259, 3, 3},
+                               0,
+                               {{{10, 10, 29, 29}, kBlack}},
                                {{{10, 10}, {3, 3, 3}}, {{29, 29}, kBlack}}}));
 
 // Dark noisy planes of widths that leave partial blocks of sixteen, with the reference colour
@@ -206,16 +212,17 @@ TEST(ApplyGainOffset, TruncatesAndKeepsTheLowByte) {
 TEST(ApplyGainOffset, TheVectorPathGivesTheLiteralBytesOnEveryKindOfValue) {
   std::mt19937 rng(19);
   const float inf = std::numeric_limits<float>::infinity();
-  const float specials[] = {std::nanf(""), inf, -inf, 2147483520.0f, 2147483648.0f,
-                            -2147483648.0f, -2147483904.0f, 3e9f, -3e9f, 1e20f, -1e20f,
-                            255.99f, 256.0f, -0.0f, -0.99f, -1.0f, 65535.5f, 9.3e18f};
+  const float specials[] = {
+      std::nanf(""),  inf,   -inf,   2147483520.0f, 2147483648.0f, -2147483648.0f,
+      -2147483904.0f, 3e9f,  -3e9f,  1e20f,         -1e20f,        255.99f,
+      256.0f,         -0.0f, -0.99f, -1.0f,         65535.5f,      9.3e18f};
   for (int count : {0, 1, 9, 15, 16, 17, 100, 65536 + 37, 3 * 65536 + 5}) {
     Bytes src(count), literal(count), fast(count + 1, 123);
     std::vector<float> table(2 * count);  // offsets, then gains
     for (int i = 0; i < count; ++i) {
       src[i] = rng() & 0xFF;
-      table[count + i] = rng() % 5 ? std::uniform_real_distribution<float>(-300, 300)(rng)
-                                   : specials[rng() % 18];
+      table[count + i] =
+          rng() % 5 ? std::uniform_real_distribution<float>(-300, 300)(rng) : specials[rng() % 18];
       table[i] = rng() % 5 ? std::uniform_real_distribution<float>(-1e5f, 1e5f)(rng)
                            : specials[rng() % 18];
     }
@@ -275,6 +282,15 @@ TEST(MedianFilter, LimitsKeepOutTheBoundsAndAnEmptyWindowGivesTheLowerLimit) {
   MedianFilterFloatPlane(outside, second, para);
   EXPECT_EQ(std::vector<float>(plane, plane + 3), std::vector<float>(3, 50));
   EXPECT_EQ(std::vector<float>(outside, outside + 3), std::vector<float>(3, 0));
+  // k = 3 with the mean rule: the edge windows hold 0, 50 (limited: 50 alone, else 25) and
+  // 50, 100 (75). The switch is off up to 0.001 inclusive, in the host's single precision.
+  for (const auto& [limitSwitch, edges] : std::vector<std::pair<float, std::vector<float>>>{
+           {0.001f, {50, 50, 50}}, {-0.001f, {50, 50, 50}}, {0.0011f, {25, 50, 75}}}) {
+    float row[3] = {0, 50, 100}, before[3];
+    float mean[8] = {0, 3, 1, 3, 0, 100, 2, limitSwitch};
+    MedianFilterFloatPlane(row, before, mean);
+    EXPECT_EQ(std::vector<float>(row, row + 3), edges) << limitSwitch;
+  }
 }
 
 // ---- Fast median against the literal filter ----------------------------------------------
@@ -283,8 +299,17 @@ bool SameBits(const cv::Mat& a, const cv::Mat& b) {
   return a.size() == b.size() && std::equal(a.datastart, a.dataend, b.datastart);
 }
 
-enum class Heights { kIntegers, kQuarters, kArbitrary, kMixed, kSignedZeros, kNaN, kInfinite,
-                     kWideIntegers, kSubnormal };
+enum class Heights {
+  kIntegers,
+  kQuarters,
+  kArbitrary,
+  kMixed,
+  kSignedZeros,
+  kNaN,
+  kInfinite,
+  kWideIntegers,
+  kSubnormal
+};
 
 cv::Mat HeightPlane(Heights kind, int w, int h, unsigned seed) {
   std::mt19937 rng(seed);
@@ -294,15 +319,32 @@ cv::Mat HeightPlane(Heights kind, int w, int h, unsigned seed) {
     const float u = std::uniform_real_distribution<float>(-20, 120)(rng);
     float v = std::floor(u);
     switch (kind) {
-      case Heights::kQuarters: v = std::floor(u * 4) / 4; break;
-      case Heights::kArbitrary: v = u; break;
-      case Heights::kMixed: v = rng() % 5 ? u : u * 1e7f; break;
-      case Heights::kSignedZeros: v = rng() % 3 ? v : (rng() % 2 ? -0.0f : 0.0f); break;
-      case Heights::kNaN: v = rng() % 7 ? v : std::nanf(""); break;
-      case Heights::kInfinite: v = rng() % 7 ? v : (rng() % 2 ? inf : -inf); break;
-      case Heights::kWideIntegers: v = rng() % 9 ? v : 16777215.0f; break;
-      case Heights::kSubnormal: v = v * 1e-40f; break;
-      default: break;
+      case Heights::kQuarters:
+        v = std::floor(u * 4) / 4;
+        break;
+      case Heights::kArbitrary:
+        v = u;
+        break;
+      case Heights::kMixed:
+        v = rng() % 5 ? u : u * 1e7f;
+        break;
+      case Heights::kSignedZeros:
+        v = rng() % 3 ? v : (rng() % 2 ? -0.0f : 0.0f);
+        break;
+      case Heights::kNaN:
+        v = rng() % 7 ? v : std::nanf("");
+        break;
+      case Heights::kInfinite:
+        v = rng() % 7 ? v : (rng() % 2 ? inf : -inf);
+        break;
+      case Heights::kWideIntegers:
+        v = rng() % 9 ? v : 16777215.0f;
+        break;
+      case Heights::kSubnormal:
+        v = v * 1e-40f;
+        break;
+      default:
+        break;
     }
     plane.at<float>(i / w, i % w) = v;
   }
@@ -371,9 +413,9 @@ TEST(FastMedian, TakesTheSelectionPathOnlyWhereEveryExchangeIsExact) {
   // Plane kind, exact with every sample, exact within the limits. 2^24 - 1 plus a negative
   // integer does not fit 24 bits; the limits keep both out, and NaN and infinities too.
   const std::tuple<Heights, bool, bool> kinds[] = {
-      {H::kIntegers, true, true},      {H::kQuarters, true, true},  {H::kSubnormal, true, true},
-      {H::kArbitrary, false, false},   {H::kSignedZeros, false, false}, {H::kNaN, false, true},
-      {H::kInfinite, false, true},     {H::kWideIntegers, false, true}};
+      {H::kIntegers, true, true},    {H::kQuarters, true, true},      {H::kSubnormal, true, true},
+      {H::kArbitrary, false, false}, {H::kSignedZeros, false, false}, {H::kNaN, false, true},
+      {H::kInfinite, false, true},   {H::kWideIntegers, false, true}};
   for (const auto& [kind, exact, exactWithinLimits] : kinds) {
     const cv::Mat plane = HeightPlane(kind, 23, 17, 1);
     EXPECT_EQ(EveryExchangeIsExact(plane, all), exact) << int(kind);
@@ -383,8 +425,14 @@ TEST(FastMedian, TakesTheSelectionPathOnlyWhereEveryExchangeIsExact) {
 
 TEST(FastMedian, TheEarlyExitSortMatchesEveryFullPass) {
   std::mt19937 rng(77);
-  const float specials[] = {-0.0f, 0.0f, std::nanf(""), std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity(), 1e30f, 1e-30f, 3.0f};
+  const float specials[] = {-0.0f,
+                            0.0f,
+                            std::nanf(""),
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity(),
+                            1e30f,
+                            1e-30f,
+                            3.0f};
   for (int trial = 0; trial < 2000; ++trial) {
     const int n = 1 + static_cast<int>(rng() % 30);
     std::vector<float> values(n);
@@ -537,8 +585,8 @@ INSTANTIATE_TEST_SUITE_P(
 // without a permutation the values come out the same.
 TEST(CountingSort, MatchesAStableSortForEverySpreadOrderAndK) {
   std::mt19937 rng(11);
-  for (const auto& [n, spread] : std::vector<std::pair<int, int>>{
-           {300, 3}, {300, 1500}, {300, 2000000000}, {40000, 70000}}) {
+  for (const auto& [n, spread] :
+       std::vector<std::pair<int, int>>{{300, 3}, {300, 1500}, {300, 2000000000}, {40000, 70000}}) {
     std::vector<int> in(n), order(n);
     for (int i = 0; i < n; ++i)
       in[i] = i % 7 == 1 ? in[i - 1] : static_cast<int>(rng() % spread) - spread / 2;

@@ -543,7 +543,8 @@ class ImgTarn_IF {
   //     each way, clipped at the borders; k < 0 leaves every window empty), [4] lower limit L,
   //     [5] upper limit U (both truncated), [6] even-count rule: within 0.001 of 0 the lower
   //     middle value, within 0.001 of 1 the upper one, else their mean, [7] limit switch:
-  //     |[7]| <= 0.001 takes only samples strictly between L and U, else every sample.
+  //     |[7]| <= 0.001 takes only samples strictly between L and U, else every sample. Both
+  //     compare in single precision (a host's 0.001f is within 0.001).
   //   An empty window (all samples rejected, or k < 0) gives L. The values are sorted with
   //   an arithmetic exchange in single precision that rounds values of widely different
   //   magnitude; those rounded values are the result. A width or height below 1 does

@@ -2,7 +2,6 @@
 #include "buffers/buffer_params.hpp"
 
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "common/para.hpp"
@@ -12,14 +11,15 @@ namespace {
 
 unsigned char LowByte(int value) { return static_cast<unsigned char>(value & 0xFF); }
 
-bool Near(float value, double target, bool inclusive) {
-  const double distance = std::fabs(static_cast<double>(value) - target);
-  return inclusive ? distance <= 0.001 : distance < 0.001;
+// In single precision, as the host writes its switches: a host's 0.001f is within 0.001f.
+bool Near(float value, float target, bool inclusive) {
+  const float distance = std::fabs(value - target);
+  return inclusive ? distance <= 0.001f : distance < 0.001f;
 }
 
 EvenRule EvenRuleFrom(float value) {
-  if (Near(value, 0.0, false)) return EvenRule::kLower;
-  if (Near(value, 1.0, false)) return EvenRule::kUpper;
+  if (Near(value, 0.0f, false)) return EvenRule::kLower;
+  if (Near(value, 1.0f, false)) return EvenRule::kUpper;
   return EvenRule::kMean;
 }
 
@@ -45,7 +45,7 @@ MedianParams MedianParams::FromPara(const float* para) {
   p.upper = static_cast<float>(ParaInt(para, 5));
   p.evenRule = EvenRuleFrom(para[6]);
   // The switch counts as off up to 0.001 inclusive; the even rule's bands are open.
-  p.limited = Near(para[7], 0.0, true);
+  p.limited = Near(para[7], 0.0f, true);
   return p;
 }
 
