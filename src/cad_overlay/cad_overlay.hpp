@@ -137,6 +137,9 @@ double ScoreAlignment(cv::Mat& measured, const MaskShape& measuredShape,
                       const OverlayReference& reference, int pass, bool debug);
 // Both passes over the host's planes; `measured` is the operation's own copy.
 float BestOverlayScore(cv::Mat& measured, const cv::Mat& cad, const cv::Mat& boundary, bool debug);
+// Slot 20's score: both passes on a copy of `measuredPad`, which is left as it is.
+float ScoreOverlay(const cv::Mat& cad, const cv::Mat& boundary, const cv::Mat& measuredPad,
+                   bool debug);
 
 // ---- Pad blob splitting ----
 
@@ -193,6 +196,10 @@ void WriteBlobs(const std::vector<cv::Mat>& blobs, unsigned char* blobPixels, in
 std::vector<cv::Mat> LoadTemplates(const unsigned char* blobPixels, const int* blobRects, int count,
                                    bool debug);
 float MatchOneTemplate(const cv::Mat& scene, const cv::Mat& templ);
+// Slot 26's scores: each template (CV_8UC1; empty ones score 0) against the Otsu-binarised
+// image, in order.
+std::vector<float> ScorePadTemplates(const cv::Mat& image, const std::vector<cv::Mat>& templates,
+                                     bool brightPads, bool debug);
 double ShapeAgreement(cv::Mat patch, const cv::Mat& templ);
 void FollowPatch(cv::Mat& patch, const cv::Mat& templ);
 

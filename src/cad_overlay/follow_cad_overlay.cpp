@@ -18,20 +18,23 @@ OverlayParams OverlayParamsFromPara(const float* para) {
   return params;
 }
 
+float ScoreOverlay(const cv::Mat& cad, const cv::Mat& boundary, const cv::Mat& measuredPad,
+                   bool debug) {
+  if (debug) debug_view::CloseAll();
+  // The operation works on its own copy of the measured pad: the second pass moves it.
+  cv::Mat measured = measuredPad.clone();
+  return BestOverlayScore(measured, cad, boundary, debug);
+}
+
 int FollowCadOverlay(unsigned char* cadPad, unsigned char* boundaryMask, unsigned char* measuredPad,
                      float* para, float* score) {
   if (cadPad == nullptr || boundaryMask == nullptr || measuredPad == nullptr) return -1;
   const OverlayParams params = OverlayParamsFromPara(para);
   *score = 0.0f;
   if (params.width <= 0 || params.height <= 0) return -1;
-  if (params.debug) debug_view::CloseAll();
-
-  // The operation works on its own copy of the measured pad: the second pass moves it.
-  const cv::Mat measuredPlane = WrapPlane(measuredPad, params.width, params.height);
-  cv::Mat measured = measuredPlane.clone();
-  const cv::Mat cad = WrapPlane(cadPad, params.width, params.height);
-  const cv::Mat boundary = WrapPlane(boundaryMask, params.width, params.height);
-  *score = BestOverlayScore(measured, cad, boundary, params.debug);
+  *score = ScoreOverlay(WrapPlane(cadPad, params.width, params.height),
+                        WrapPlane(boundaryMask, params.width, params.height),
+                        WrapPlane(measuredPad, params.width, params.height), params.debug);
   return 0;
 }
 

@@ -63,6 +63,15 @@ float MatchOneTemplate(const cv::Mat& scene, const cv::Mat& templ) {
   return static_cast<float>((maxVal + shape) * 0.5);
 }
 
+std::vector<float> ScorePadTemplates(const cv::Mat& image, const std::vector<cv::Mat>& templates,
+                                     bool brightPads, bool debug) {
+  const BinarizedPads pads = BinarizePads(image, brightPads, debug);
+  std::vector<float> scores;
+  scores.reserve(templates.size());
+  for (const cv::Mat& templ : templates) scores.push_back(MatchOneTemplate(pads.region, templ));
+  return scores;
+}
+
 int MatchPadTemplates(unsigned char* plane, float* para, float* scores, unsigned char* blobPixels,
                       int* blobRects) {
   const MatchParams params = MatchParamsFromPara(para);
@@ -70,11 +79,10 @@ int MatchPadTemplates(unsigned char* plane, float* para, float* scores, unsigned
   const std::vector<cv::Mat> templates =
       LoadTemplates(blobPixels, blobRects, params.templateCount, params.debug);
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
-  const cv::Mat image = WrapPlane(plane, params.width, params.height);
-  const BinarizedPads pads = BinarizePads(image, params.brightPads, params.debug);
+  const std::vector<float> matched = ScorePadTemplates(
+      WrapPlane(plane, params.width, params.height), templates, params.brightPads, params.debug);
   if (templates.empty() || scores == nullptr) return -1;
-  for (std::size_t i = 0; i < templates.size(); ++i)
-    scores[i] = MatchOneTemplate(pads.region, templates[i]);
+  std::copy(matched.begin(), matched.end(), scores);
   return 0;
 }
 

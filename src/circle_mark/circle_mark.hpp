@@ -152,10 +152,18 @@ struct DirectHoughParams {
   int minRadius = 0;
   int maxRadius = 0;
 };
+// The search of radii trunc(radius - tolerance) .. trunc(radius + tolerance) with Canny
+// threshold param1 (the plane size is left 0).
+DirectHoughParams RadiusBand(float radius, int tolerance, double param1);
 // The circle whose radius is nearest `radius` (ties keep the earlier one); nothing when empty.
 std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float radius);
-// Smooths, searches and picks; writes x, y, radius (zeros when nothing is found).
-CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params, float* result);
+struct OneCircleSearch {
+  CircleList circles;             // every circle of the band, in Hough order
+  std::optional<cv::Vec3f> best;  // x, y, radius of the one nearest the radius asked for
+};
+// Searches the smoothed plane and picks; nothing for a radius of 0 or below, NaN, or beyond the
+// plane's longer side.
+OneCircleSearch DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params);
 
 // ---- Edge adjustment (slot 17) ----
 struct EllipseFit {

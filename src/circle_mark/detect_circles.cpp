@@ -17,6 +17,18 @@ constexpr int kDefaultTolerance = 5;
 
 void ClearResult(float* result) { result[0] = result[1] = result[2] = 0.0f; }
 
+// x, y and radius of the circle picked; zeros when there is none.
+cv::Vec3f PickedOrZero(const OneCircleSearch& search) {
+  return search.best.value_or(cv::Vec3f(0.0f, 0.0f, 0.0f));
+}
+
+void WriteCircle(const OneCircleSearch& search, float* result) {
+  const cv::Vec3f circle = PickedOrZero(search);
+  result[0] = circle[0];
+  result[1] = circle[1];
+  result[2] = circle[2];
+}
+
 // A Canny threshold below 1 (or NaN) is replaced: OpenCV refuses thresholds of 0 or below, and
 // a threshold that rounds to 0 would turn every pixel into an edge.
 double ThresholdOr(double param1, double replacement) {
@@ -24,13 +36,9 @@ double ThresholdOr(double param1, double replacement) {
 }
 
 DirectHoughParams PlusMinusTwo(int width, int height, float radius, double param1) {
-  DirectHoughParams params;
+  DirectHoughParams params = RadiusBand(radius, 2, param1);
   params.width = width;
   params.height = height;
-  params.radius = radius;
-  params.param1 = param1;
-  params.minRadius = TruncToInt(radius - 2.0f);
-  params.maxRadius = TruncToInt(radius + 2.0f);
   return params;
 }
 
@@ -46,21 +54,17 @@ DirectHoughParams FromPara(const float* para, int paraCount) {
   // value out of the 32-bit range reads as INT_MIN, which does not.
   int tolerance = kDefaultTolerance;
   if (paraCount > 9 && para[9] > 2.0f && ParaInt(para, 9) > 2) tolerance = ParaInt(para, 9);
-  DirectHoughParams params;
+  DirectHoughParams params = RadiusBand(radius, tolerance, ThresholdOr(para[3], 60.0));
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);
-  params.radius = radius;
-  params.param1 = ThresholdOr(para[3], 60.0);
-  params.minRadius = TruncToInt(radius - static_cast<float>(tolerance));
-  params.maxRadius = TruncToInt(static_cast<float>(tolerance) + radius);
   return params;
 }
 
 // A square of side 2 trunc(r + 5) around the circle found, for a closer look.
-void ShowFoundCircle(const cv::Mat& smooth, const float* result) {
-  const float r = result[2];
+void ShowFoundCircle(const cv::Mat& smooth, cv::Vec3f circle) {
+  const float r = circle[2];
   const int side = 2 * TruncToInt(r + 5.0f);
-  const cv::Rect square(TruncToInt(result[0] - r) - 5, TruncToInt(result[1] - r) - 5, side, side);
+  const cv::Rect square(TruncToInt(circle[0] - r) - 5, TruncToInt(circle[1] - r) - 5, side, side);
   const cv::Rect visible = square & cv::Rect(0, 0, smooth.cols, smooth.rows);
   if (!visible.empty()) debug_view::Show("Circle Found", smooth(visible));
 }
@@ -81,21 +85,26 @@ std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float ra
   return best;
 }
 
-CircleList DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params, float* result) {
-  ClearResult(result);
+DirectHoughParams RadiusBand(float radius, int tolerance, double param1) {
+  DirectHoughParams params;
+  params.radius = radius;
+  params.param1 = param1;
+  params.minRadius = TruncToInt(radius - static_cast<float>(tolerance));
+  params.maxRadius = TruncToInt(static_cast<float>(tolerance) + radius);
+  return params;
+}
+
+OneCircleSearch DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params) {
   // A radius of 0 or below (or NaN) describes no circle to look for, and a circle larger than
   // the plane leaves no edge inside it.
   if (!(params.radius > 0.0f) ||
       params.radius > static_cast<float>(std::max(smooth.cols, smooth.rows)))
     return {};
-  const CircleList circles =
+  OneCircleSearch search;
+  search.circles =
       HoughGradientCircles(smooth, params.param1, 15.0, params.minRadius, params.maxRadius);
-  if (const std::optional<cv::Vec3f> best = NearestRadiusCircle(circles, params.radius)) {
-    result[0] = (*best)[0];
-    result[1] = (*best)[1];
-    result[2] = (*best)[2];
-  }
-  return circles;
+  search.best = NearestRadiusCircle(search.circles, params.radius);
+  return search;
 }
 
 int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius, float param1,
@@ -108,7 +117,7 @@ int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius
       PlusMinusTwo(width, height, radius, param1 > 0.0f ? param1 : 15.0);
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, width, height));
   debug_view::Show(kDemoWindow, smooth);
-  DetectOneCircle(smooth, params, result);
+  WriteCircle(DetectOneCircle(smooth, params), result);
   return 0;
 }
 
@@ -119,7 +128,7 @@ int DetectCirclesFromText(unsigned char* plane, char** texts, void*, float* resu
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, params.width, params.height));
   debug_view::Show(kDemoWindow, smooth);
-  DetectOneCircle(smooth, params, result);
+  WriteCircle(DetectOneCircle(smooth, params), result);
   return 0;
 }
 
@@ -132,10 +141,11 @@ int DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount, floa
   const bool debug = ParaInt(para, 4) == 1;
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, params.width, params.height));
   if (debug) debug_view::Show("Smoothing", smooth);
-  const CircleList circles = DetectOneCircle(smooth, params, result);
-  if (debug && !circles.empty()) {
-    debug_view::Show("Circles Image", CircleMosaic(circles, smooth, false));
-    ShowFoundCircle(smooth, result);
+  const OneCircleSearch search = DetectOneCircle(smooth, params);
+  WriteCircle(search, result);
+  if (debug && !search.circles.empty()) {
+    debug_view::Show("Circles Image", CircleMosaic(search.circles, smooth, false));
+    ShowFoundCircle(smooth, PickedOrZero(search));
   }
   return 0;
 }

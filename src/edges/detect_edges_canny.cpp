@@ -1,8 +1,7 @@
 // Slot 23: the automatic-threshold edge map of a plane, optionally turned into a filled mask of
 // the closed shapes it outlines.
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 #include "common/debug_view.hpp"
 #include "common/para.hpp"
@@ -15,14 +14,6 @@ namespace imgtarn::edges {
 
 namespace {
 
-struct EdgeParams {
-  int width = 0;
-  int height = 0;
-  bool contourStage = false;
-  bool debug = false;
-  int minContourArea = 0;
-};
-
 EdgeParams FromPara(const float* para) {
   EdgeParams params;
   params.width = ParaInt(para, 0);
@@ -34,11 +25,14 @@ EdgeParams FromPara(const float* para) {
   return params;
 }
 
-struct EdgeReport {
-  CannyThresholds thresholds;
-  int edgePixels = 0;
-  int contoursKept = 0;
-};
+void WriteReport(const EdgeReport& report, float* result) {
+  result[0] = static_cast<float>(report.thresholds.low);
+  result[1] = static_cast<float>(report.thresholds.high);
+  result[2] = static_cast<float>(report.edgePixels);
+  result[3] = static_cast<float>(report.contoursKept);
+}
+
+}  // namespace
 
 // The raw stage writes the edge map straight into dst (the detector reads the whole source
 // before it writes, so dst may be the source plane); the contour stage needs it apart.
@@ -60,15 +54,6 @@ EdgeReport DetectEdges(const cv::Mat& src, const EdgeParams& params, cv::Mat& ds
   if (params.debug) debug_view::Wait(1);
   return report;
 }
-
-void WriteReport(const EdgeReport& report, float* result) {
-  result[0] = static_cast<float>(report.thresholds.low);
-  result[1] = static_cast<float>(report.thresholds.high);
-  result[2] = static_cast<float>(report.edgePixels);
-  result[3] = static_cast<float>(report.contoursKept);
-}
-
-}  // namespace
 
 int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst, float* result) {
   if (para == nullptr || result == nullptr) return -1;

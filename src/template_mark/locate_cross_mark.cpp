@@ -4,19 +4,28 @@
 
 namespace imgtarn::template_mark {
 
+std::optional<MarkBox> FindCrossMark(const cv::Mat& plane, const MarkParams& params) {
+  const MarkSearch search = SearchMark(plane, params, MarkKind::kCross);
+  if (!search.found) return std::nullopt;
+  // The refinement measures the central square where the bars cross, a third of the mark.
+  MarkBox box = search.box;
+  box.halfWidth *= 3.0f;
+  box.halfHeight *= 3.0f;
+  return box;
+}
+
 int LocateCrossMark(unsigned char* plane, float* para, float* result) {
   MarkParams params;
   if (result == nullptr || !EnterMarkOperation(plane, para, result, params)) return -1;
-  const MarkSearch search =
-      SearchMark(WrapPlane(plane, params.width, params.height), params, MarkKind::kCross);
+  const std::optional<MarkBox> box =
+      FindCrossMark(WrapPlane(plane, params.width, params.height), params);
   // Nothing found leaves result[2] and result[3] as the caller set them; the zero centre
   // is the signal.
-  if (!search.found) return 0;
-  // The refinement measures the central square where the bars cross, a third of the mark.
-  result[0] = search.box.centreX;
-  result[1] = search.box.centreY;
-  result[2] = 3.0f * search.box.halfWidth;
-  result[3] = 3.0f * search.box.halfHeight;
+  if (!box) return 0;
+  result[0] = box->centreX;
+  result[1] = box->centreY;
+  result[2] = box->halfWidth;
+  result[3] = box->halfHeight;
   return 0;
 }
 

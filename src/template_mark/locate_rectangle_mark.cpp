@@ -15,20 +15,25 @@ float ExtentRatio(int planeExtent, float half) {
 
 }  // namespace
 
-int LocateRectangleMark(unsigned char* plane, float* para, float* result) {
-  MarkParams params;
-  if (result == nullptr || !EnterMarkOperation(plane, para, result, params)) return -1;
-  const MarkSearch search =
-      SearchMark(WrapPlane(plane, params.width, params.height), params, MarkKind::kRectangle);
+std::optional<MarkBox> FindRectangleMark(const cv::Mat& plane, const MarkParams& params) {
+  const MarkSearch search = SearchMark(plane, params, MarkKind::kRectangle);
   // A zero side of the measured box means the refinement found no edge pair: report
   // nothing rather than a degenerate mark.
   const float s = ExtentRatio(params.width, search.box.halfWidth) *
                   ExtentRatio(params.height, search.box.halfHeight);
-  const bool usable = search.found && s > 1e-7;
-  result[0] = usable ? search.box.centreX : 0.0f;
-  result[1] = usable ? search.box.centreY : 0.0f;
-  result[2] = usable ? search.box.halfWidth : 0.0f;
-  result[3] = usable ? search.box.halfHeight : 0.0f;
+  if (!search.found || !(s > 1e-7)) return std::nullopt;
+  return search.box;
+}
+
+int LocateRectangleMark(unsigned char* plane, float* para, float* result) {
+  MarkParams params;
+  if (result == nullptr || !EnterMarkOperation(plane, para, result, params)) return -1;
+  const MarkBox box =
+      FindRectangleMark(WrapPlane(plane, params.width, params.height), params).value_or(MarkBox());
+  result[0] = box.centreX;
+  result[1] = box.centreY;
+  result[2] = box.halfWidth;
+  result[3] = box.halfHeight;
   return 0;
 }
 

@@ -8,6 +8,7 @@
 #define IMGTARN_TEMPLATE_MARK_TEMPLATE_MARK_HPP
 
 #include <opencv2/core.hpp>
+#include <optional>
 #include <vector>
 
 namespace imgtarn::template_mark {
@@ -144,6 +145,14 @@ struct MarkSearch {
 
 // Working copy, optional source view, candidate search, list views and refinement.
 MarkSearch SearchMark(const cv::Mat& plane, const MarkParams& params, MarkKind kind);
+
+// The answers of slots 14 and 18 on a plane of params.width x params.height.
+// The cross: the box of the whole mark (three times the measured central square); nothing
+// when no candidate was refined. A degenerate measurement gives the zero box.
+std::optional<MarkBox> FindCrossMark(const cv::Mat& plane, const MarkParams& params);
+// The rectangle: the measured box; nothing when no candidate was refined or a side of the
+// measurement is empty.
+std::optional<MarkBox> FindRectangleMark(const cv::Mat& plane, const MarkParams& params);
 
 }  // namespace imgtarn::template_mark
 
