@@ -23,20 +23,13 @@
 #include <vector>
 
 #include "imgtarn/imgtarn.hpp"
+#include "support/opencv_threads.hpp"
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 using Floats = std::vector<float>;
 using Ints = std::vector<int>;
-
-// scripts/test-threads runs OpenCV's own loops on the calling thread: its worker pool (TBB)
-// synchronises in uninstrumented code, which ThreadSanitizer cannot see.
-const bool kOpenCvThreadsSet = [] {
-  if (const char* threads = std::getenv("IMGTARN_TEST_OPENCV_THREADS"))
-    cv::setNumThreads(std::atoi(threads));
-  return true;
-}();
 
 constexpr int kW = 96;
 constexpr int kH = 80;

@@ -18,6 +18,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/opencv_threads.hpp"
+
 namespace {
 
 using imgtarn::CircleMethod;
