@@ -69,19 +69,29 @@ Bytes ImageBytes(const cv::Mat& image) {
   return image.channels() == 3 ? RgbBytes(image) : Bytes(image.datastart, image.dataend);
 }
 
+double Status(bool found) { return found ? 0.0 : -1.0; }
+
 Numbers& Append(Numbers& numbers, const Numbers& more) {
   numbers.insert(numbers.end(), more.begin(), more.end());
   return numbers;
 }
 
+// A colour sample as the host's planes, with a pointer to each.
+struct HostPlanes {
+  explicit HostPlanes(const char* file) : image(Colour(file)), bytes(RgbBytes(image)) {}
+  unsigned char* operator[](int c) { return bytes.data() + c * image.total(); }
+  cv::Mat image;
+  Bytes bytes;
+};
+
 // ---- Circle marks (slots 10, 11, 12; 3 and 5; 17) ----
 
+Numbers CircleNumbers(const imgtarn::CircleMarkResult& circle) {
+  return {Status(circle.found), circle.centre.x, circle.centre.y, circle.radius};
+}
+
 Numbers CircleTyped(const char* file, CircleMethod method, float radius) {
-  imgtarn::CircleMarkOptions options;
-  options.radius = radius;
-  options.method = method;
-  const imgtarn::CircleMarkResult mark = imgtarn::LocateCircleMark(Grey(file), options);
-  return {mark.found ? 0.0 : -1.0, mark.centre.x, mark.centre.y, mark.radius};
+  return CircleNumbers(imgtarn::LocateCircleMark(Grey(file), {radius, method}));
 }
 
 Numbers CircleSlot(const char* file, CircleMethod method, float radius) {
@@ -97,12 +107,7 @@ Numbers CircleSlot(const char* file, CircleMethod method, float radius) {
 }
 
 Numbers HoughTyped(const char* file, float radius, int tolerance, double threshold) {
-  imgtarn::HoughCircleOptions options;
-  options.radius = radius;
-  options.tolerance = tolerance;
-  options.threshold = threshold;
-  const imgtarn::CircleMarkResult circle = imgtarn::DetectHoughCircle(Grey(file), options);
-  return {circle.found ? 0.0 : -1.0, circle.centre.x, circle.centre.y, circle.radius};
+  return CircleNumbers(imgtarn::DetectHoughCircle(Grey(file), {radius, tolerance, threshold}));
 }
 
 // Slot 5 searches radius +- 2; slot 3 any tolerance above 2.
@@ -122,12 +127,10 @@ Numbers HoughSlot(const char* file, float radius, int tolerance, double threshol
 }
 
 Numbers EdgeFitTyped(const char* file, float x, float y, float radius) {
-  imgtarn::CircleEdgeOptions options;
-  options.radius = radius;
   const imgtarn::CircleEdgeResult fit =
-      imgtarn::RefineCircleEdges(Grey(file), cv::Point2f(x, y), options);
-  return {fit.found ? 0.0 : -1.0, fit.centre.x,        fit.centre.y,
-          fit.semiAxes.width,     fit.semiAxes.height, fit.angle};
+      imgtarn::RefineCircleEdges(Grey(file), cv::Point2f(x, y), {radius});
+  return {Status(fit.found),  fit.centre.x,        fit.centre.y,
+          fit.semiAxes.width, fit.semiAxes.height, fit.angle};
 }
 
 Numbers EdgeFitSlot(const char* file, float x, float y, float radius) {
@@ -140,12 +143,11 @@ Numbers EdgeFitSlot(const char* file, float x, float y, float radius) {
 // ---- Cross and rectangle marks (slots 14 and 18) ----
 
 Numbers BoxTyped(const char* file, bool cross, float width, float height) {
-  imgtarn::BoxMarkOptions options;
-  options.size = cv::Size2f(width, height);
+  const imgtarn::BoxMarkOptions options{{width, height}};
   const cv::Mat grey = Grey(file);
   const imgtarn::BoxMarkResult box =
       cross ? imgtarn::LocateCrossMark(grey, options) : imgtarn::LocateRectangleMark(grey, options);
-  return {box.found ? 0.0 : -1.0, box.centre.x, box.centre.y, box.size.width, box.size.height};
+  return {Status(box.found), box.centre.x, box.centre.y, box.size.width, box.size.height};
 }
 
 Numbers BoxSlot(const char* file, bool cross, float width, float height) {
@@ -164,10 +166,7 @@ Numbers BoxSlot(const char* file, bool cross, float width, float height) {
 // ---- Edges (slot 23) ----
 
 Numbers EdgesTyped(const char* file, bool fill, int minArea) {
-  imgtarn::EdgeOptions options;
-  options.fill = fill;
-  options.minArea = minArea;
-  const imgtarn::EdgeResult edges = imgtarn::DetectEdges(Grey(file), options);
+  const imgtarn::EdgeResult edges = imgtarn::DetectEdges(Grey(file), {fill, minArea});
   Numbers numbers{0.0, F(edges.lowThreshold), F(edges.highThreshold), F(edges.edgePixels),
                   F(edges.contours)};
   return Append(numbers, Digest(ImageBytes(edges.edges)));
@@ -208,16 +207,12 @@ SlotSplit SplitBySlot(cv::Mat plane, bool bright, int rows, int cols) {
 }
 
 imgtarn::PadSplitResult SplitTyped(const cv::Mat& grey, bool bright, int rows, int cols) {
-  imgtarn::PadSplitOptions options;
-  options.bright = bright;
-  options.gridRows = rows;
-  options.gridCols = cols;
-  return imgtarn::SplitPads(grey, options);
+  return imgtarn::SplitPads(grey, {bright, rows, cols});
 }
 
 Numbers SplitPadsTyped(const char* file, bool bright, int rows, int cols) {
   const imgtarn::PadSplitResult split = SplitTyped(Grey(file), bright, rows, cols);
-  Numbers numbers{split.found ? 0.0 : -1.0, F(split.gridRows), F(split.gridCols)};
+  Numbers numbers{Status(split.found), F(split.gridRows), F(split.gridCols)};
   Bytes pixels;
   for (const imgtarn::PadBlob& blob : split.blobs) {
     Append(numbers, {F(blob.box.x), F(blob.box.y), F(blob.box.width), F(blob.box.height)});
@@ -272,18 +267,12 @@ Numbers OverlaySlot(const char* measured) {
 
 // ---- Flat field (slots 24 and 25) ----
 
-imgtarn::FlatFieldOptions FlatOptions(int window) {
-  imgtarn::FlatFieldOptions options;
-  options.window = window;
-  return options;
-}
-
 struct SlotTable {
   std::vector<float> values;  // offsets, then gains, planar red, green, blue
 };
 
 SlotTable CalibrateBySlot(int window) {
-  const imgtarn::FlatFieldOptions o = FlatOptions(window);
+  const imgtarn::FlatFieldOptions o = imgtarn::FlatFieldOptions{window};
   const cv::Mat low = Colour("flat_low.png");
   Bytes stack = RgbBytes(low);
   const Bytes high = RgbBytes(Colour("flat_high.png"));
@@ -306,7 +295,7 @@ SlotTable CalibrateBySlot(int window) {
 
 imgtarn::FlatFieldCoefficients CalibrateTyped(int window) {
   return imgtarn::CalibrateFlatField({Colour("flat_low.png"), Colour("flat_high.png")},
-                                     FlatOptions(window));
+                                     imgtarn::FlatFieldOptions{window});
 }
 
 Numbers CalibrateTypedNumbers(int window) {
@@ -343,14 +332,10 @@ Numbers FillTyped(const char* file, int r, int g, int b) {
 }
 
 Numbers FillSlot(const char* file, int r, int g, int b) {
-  const cv::Mat image = Colour(file);
-  Bytes planes = RgbBytes(image);
-  const std::size_t area = image.total();
-  Bytes out(planes.size());
-  float para[6] = {F(image.cols), F(image.rows), F(r), F(g), F(b), 0};
-  Contract().FillBlackHoles(planes.data(), planes.data() + area, planes.data() + 2 * area, para,
-                            out.data(), out.data() + area, out.data() + 2 * area);
-  return Digest(out);
+  HostPlanes in(file), out(file);
+  float para[6] = {F(in.image.cols), F(in.image.rows), F(r), F(g), F(b), 0};
+  Contract().FillBlackHoles(in[0], in[1], in[2], para, out[0], out[1], out[2]);
+  return Digest(out.bytes);
 }
 
 Numbers LevelsTyped(const char* file) {
@@ -359,29 +344,25 @@ Numbers LevelsTyped(const char* file) {
 }
 
 Numbers LevelsSlot(const char* file) {
-  const cv::Mat image = Colour(file);
-  Bytes planes = RgbBytes(image);
-  const std::size_t area = image.total();
+  HostPlanes in(file);
   unsigned char levels[3] = {};
-  Contract().FindDominantLevels(planes.data(), planes.data() + area, planes.data() + 2 * area,
-                                image.cols, image.rows, levels);
+  Contract().FindDominantLevels(in[0], in[1], in[2], in.image.cols, in.image.rows, levels);
   return {F(levels[0]), F(levels[1]), F(levels[2])};
 }
 
 Numbers ResizeTyped(const char* file, int width, int height, bool cubic) {
-  imgtarn::ResizeOptions options;
-  options.interpolation = cubic ? imgtarn::Interpolation::Cubic : imgtarn::Interpolation::Linear;
+  const imgtarn::ResizeOptions options{cubic ? imgtarn::Interpolation::Cubic
+                                             : imgtarn::Interpolation::Linear};
   return Digest(RgbBytes(imgtarn::Resize(Colour(file), cv::Size(width, height), options)));
 }
 
 Numbers ResizeSlot(const char* file, int width, int height, bool cubic) {
-  const cv::Mat image = Colour(file);
-  Bytes planes = RgbBytes(image);
-  const std::size_t area = image.total(), outArea = static_cast<std::size_t>(width) * height;
-  Bytes out(3 * outArea);
-  float para[5] = {F(image.cols), F(image.rows), F(width), F(height), cubic ? 1.0f : 0.0f};
-  Contract().ResizePlanes(planes.data(), planes.data() + area, planes.data() + 2 * area, out.data(),
-                          out.data() + outArea, out.data() + 2 * outArea, para);
+  HostPlanes in(file);
+  const std::size_t area = static_cast<std::size_t>(width) * height;
+  Bytes out(3 * area);
+  float para[5] = {F(in.image.cols), F(in.image.rows), F(width), F(height), cubic ? 1.0f : 0.0f};
+  Contract().ResizePlanes(in[0], in[1], in[2], out.data(), out.data() + area, out.data() + 2 * area,
+                          para);
   return Digest(out);
 }
 
@@ -390,12 +371,7 @@ Numbers ResizeSlot(const char* file, int width, int height, bool cubic) {
 cv::Mat Heights() { return cv::imread(kSamples + "heights.tiff", cv::IMREAD_UNCHANGED); }
 
 Numbers MedianTyped(int window, bool limited, imgtarn::EvenRule even) {
-  imgtarn::MedianOptions options;
-  options.window = window;
-  options.limited = limited;
-  options.lower = limited ? 1 : 0;
-  options.upper = limited ? 60 : 0;
-  options.even = even;
+  const imgtarn::MedianOptions options{window, limited, limited ? 1 : 0, limited ? 60 : 0, even};
   const cv::Mat filtered = imgtarn::MedianFilter(Heights(), options);
   return Digest(filtered.datastart, filtered.dataend - filtered.datastart);
 }
@@ -419,10 +395,7 @@ std::vector<int> SortInput() {
 }
 
 Numbers SortTyped(bool descending, int first) {
-  imgtarn::SortOptions options;
-  options.descending = descending;
-  options.first = first;
-  const imgtarn::SortResult sorted = imgtarn::CountingSort(SortInput(), options);
+  const imgtarn::SortResult sorted = imgtarn::CountingSort(SortInput(), {descending, first});
   Numbers numbers(sorted.values.begin(), sorted.values.end());
   return Append(numbers, Numbers(sorted.permutation.begin(), sorted.permutation.end()));
 }
@@ -501,23 +474,50 @@ struct Given {
   using Type = T;
 };
 
+// `answers`: the sample holds what is looked for, so the typed call must find it.
 template <typename... Args>
-FamilyCase Row(std::string name, Numbers (*typed)(Args...), Numbers (*slot)(Args...),
+FamilyCase Row(std::string name, bool answers, Numbers (*typed)(Args...), Numbers (*slot)(Args...),
                typename Given<Args>::Type... args) {
-  return {std::move(name), [=] { return typed(args...); }, [=] { return slot(args...); }, false};
-}
-
-template <typename... Args>
-FamilyCase Finding(std::string name, Numbers (*typed)(Args...), Numbers (*slot)(Args...),
-                   typename Given<Args>::Type... args) {
-  FamilyCase row = Row(std::move(name), typed, slot, args...);
-  row.answers = true;
-  return row;
+  return {std::move(name), [=] { return typed(args...); }, [=] { return slot(args...); }, answers};
 }
 
 std::vector<FamilyCase> Families() {
   using imgtarn::EvenRule;
-  std::vector<FamilyCase> rows;
+  std::vector<FamilyCase> rows = {
+      Row("circle_full_no_mark", false, CircleTyped, CircleSlot, "pads_scene.png",
+          CircleMethod::Full, 20.0f),
+      Row("circle_quick_no_mark", false, CircleTyped, CircleSlot, "pads_scene.png",
+          CircleMethod::Quick, 20.0f),
+      Row("hough_slot3", true, HoughTyped, HoughSlot, "circle_inside.png", 20.0f, 5, 60.0),
+      Row("hough_slot3_wide", true, HoughTyped, HoughSlot, "disc_clean.png", 28.0f, 8, 40.0),
+      Row("hough_slot5", true, HoughTyped, HoughSlot, "circle_noisy.png", 20.0f, 2, 60.0),
+      Row("edge_fit", true, EdgeFitTyped, EdgeFitSlot, "circle_inside.png", 152.0f, 108.5f, 20.0f),
+      Row("edge_fit_border", true, EdgeFitTyped, EdgeFitSlot, "circle_border.png", 301.0f, 119.0f,
+          22.0f),
+      Row("cross", true, BoxTyped, BoxSlot, "cross.png", true, 60.0f, 60.0f),
+      Row("rectangle", true, BoxTyped, BoxSlot, "rect.png", false, 80.0f, 50.0f),
+      Row("cross_no_mark", false, BoxTyped, BoxSlot, "circle_noisy.png", true, 60.0f, 60.0f),
+      Row("edges", true, EdgesTyped, EdgesSlot, "circle_noisy.png", false, 0),
+      Row("edges_filled", true, EdgesTyped, EdgesSlot, "pads_scene.png", true, 50),
+      Row("split_pads", true, SplitPadsTyped, SplitPadsSlot, "pads.png", true, 0, 0),
+      Row("split_pads_grid", true, SplitPadsTyped, SplitPadsSlot, "pads.png", true, 1, 3),
+      Row("split_pads_dark", true, SplitPadsTyped, SplitPadsSlot, "pads.png", false, 0, 0),
+      Row("match_pads", false, MatchPadsTyped, MatchPadsSlot, "pads.png", "pads_scene.png"),
+      Row("overlay_exact", false, OverlayTyped, OverlaySlot, "pad_cad.png"),
+      Row("overlay_shifted", false, OverlayTyped, OverlaySlot, "pad_measured.png"),
+      Row("flat_field_calibrate", false, CalibrateTypedNumbers, CalibrateSlotNumbers, 5),
+      Row("flat_field_apply", false, ApplyTyped, ApplySlot, 3),
+      Row("fill_black_holes", false, FillTyped, FillSlot, "holes.png", 180, 120, 60),
+      Row("dominant_levels", false, LevelsTyped, LevelsSlot, "holes.png"),
+      Row("resize_linear", false, ResizeTyped, ResizeSlot, "holes.png", 160, 90, false),
+      Row("resize_cubic", false, ResizeTyped, ResizeSlot, "flat_low.png", 333, 250, true),
+      Row("median", false, MedianTyped, MedianSlot, 3, false, EvenRule::Mean),
+      Row("median_limited", false, MedianTyped, MedianSlot, 5, true, EvenRule::Lower),
+      Row("sort", false, SortTyped, SortSlot, false, 0),
+      Row("sort_first", false, SortTyped, SortSlot, false, 40),
+      Row("load_image", false, LoadTyped, LoadSlot, "holes.png"),
+      Row("save_image", false, SaveTyped, SaveSlot, "cross.png"),
+  };
   const struct {
     const char* file;
     float radius;
@@ -528,47 +528,10 @@ std::vector<FamilyCase> Families() {
   for (const auto& mark : marks) {
     for (const CircleMethod method :
          {CircleMethod::Full, CircleMethod::Quick, CircleMethod::TwoScale}) {
-      rows.push_back(Finding("circle_" + std::to_string(static_cast<int>(method)) + "_" + mark.file,
-                             CircleTyped, CircleSlot, mark.file, method, mark.radius));
+      rows.push_back(Row("circle_" + std::to_string(static_cast<int>(method)) + "_" + mark.file,
+                         true, CircleTyped, CircleSlot, mark.file, method, mark.radius));
     }
   }
-  rows.push_back(Row("circle_full_no_mark", CircleTyped, CircleSlot, "pads_scene.png",
-                     CircleMethod::Full, 20.0f));
-  rows.push_back(Row("circle_quick_no_mark", CircleTyped, CircleSlot, "pads_scene.png",
-                     CircleMethod::Quick, 20.0f));
-  rows.push_back(
-      Finding("hough_slot3", HoughTyped, HoughSlot, "circle_inside.png", 20.0f, 5, 60.0));
-  rows.push_back(
-      Finding("hough_slot3_wide", HoughTyped, HoughSlot, "disc_clean.png", 28.0f, 8, 40.0));
-  rows.push_back(Finding("hough_slot5", HoughTyped, HoughSlot, "circle_noisy.png", 20.0f, 2, 60.0));
-  rows.push_back(
-      Finding("edge_fit", EdgeFitTyped, EdgeFitSlot, "circle_inside.png", 152.0f, 108.5f, 20.0f));
-  rows.push_back(Finding("edge_fit_border", EdgeFitTyped, EdgeFitSlot, "circle_border.png", 301.0f,
-                         119.0f, 22.0f));
-  rows.push_back(Finding("cross", BoxTyped, BoxSlot, "cross.png", true, 60.0f, 60.0f));
-  rows.push_back(Finding("rectangle", BoxTyped, BoxSlot, "rect.png", false, 80.0f, 50.0f));
-  rows.push_back(Row("cross_no_mark", BoxTyped, BoxSlot, "circle_noisy.png", true, 60.0f, 60.0f));
-  rows.push_back(Finding("edges", EdgesTyped, EdgesSlot, "circle_noisy.png", false, 0));
-  rows.push_back(Finding("edges_filled", EdgesTyped, EdgesSlot, "pads_scene.png", true, 50));
-  rows.push_back(Finding("split_pads", SplitPadsTyped, SplitPadsSlot, "pads.png", true, 0, 0));
-  rows.push_back(Finding("split_pads_grid", SplitPadsTyped, SplitPadsSlot, "pads.png", true, 1, 3));
-  rows.push_back(
-      Finding("split_pads_dark", SplitPadsTyped, SplitPadsSlot, "pads.png", false, 0, 0));
-  rows.push_back(Row("match_pads", MatchPadsTyped, MatchPadsSlot, "pads.png", "pads_scene.png"));
-  rows.push_back(Row("overlay_exact", OverlayTyped, OverlaySlot, "pad_cad.png"));
-  rows.push_back(Row("overlay_shifted", OverlayTyped, OverlaySlot, "pad_measured.png"));
-  rows.push_back(Row("flat_field_calibrate", CalibrateTypedNumbers, CalibrateSlotNumbers, 5));
-  rows.push_back(Row("flat_field_apply", ApplyTyped, ApplySlot, 3));
-  rows.push_back(Row("fill_black_holes", FillTyped, FillSlot, "holes.png", 180, 120, 60));
-  rows.push_back(Row("dominant_levels", LevelsTyped, LevelsSlot, "holes.png"));
-  rows.push_back(Row("resize_linear", ResizeTyped, ResizeSlot, "holes.png", 160, 90, false));
-  rows.push_back(Row("resize_cubic", ResizeTyped, ResizeSlot, "flat_low.png", 333, 250, true));
-  rows.push_back(Row("median", MedianTyped, MedianSlot, 3, false, EvenRule::Mean));
-  rows.push_back(Row("median_limited", MedianTyped, MedianSlot, 5, true, EvenRule::Lower));
-  rows.push_back(Row("sort", SortTyped, SortSlot, false, 0));
-  rows.push_back(Row("sort_first", SortTyped, SortSlot, false, 40));
-  rows.push_back(Row("load_image", LoadTyped, LoadSlot, "holes.png"));
-  rows.push_back(Row("save_image", SaveTyped, SaveSlot, "cross.png"));
   return rows;
 }
 
@@ -622,11 +585,7 @@ std::vector<RefusalCase> Refusals() {
   const cv::Mat grey = Grey("circle_inside.png");
   const cv::Mat colour = Colour("holes.png");
   const auto circle = [grey](float radius) {
-    return [grey, radius] {
-      imgtarn::CircleMarkOptions options;
-      options.radius = radius;
-      imgtarn::LocateCircleMark(grey, options);
-    };
+    return [grey, radius] { imgtarn::LocateCircleMark(grey, {radius}); };
   };
   const auto circleSlot = [grey](float radius) {
     return [grey, radius] {
@@ -636,18 +595,8 @@ std::vector<RefusalCase> Refusals() {
     };
   };
   unsigned char* const none = nullptr;
-  imgtarn::BoxMarkOptions huge;
-  huge.size = cv::Size2f(400, 60);
-  imgtarn::HoughCircleOptions hough;
-  hough.radius = 0.0f;
-  imgtarn::MedianOptions limits;
-  limits.limited = true;
-  imgtarn::SortOptions first;
-  first.first = -1;
   const imgtarn::FlatFieldCoefficients smallGain{cv::Mat(colour.size(), CV_32FC3),
                                                  cv::Mat(2, 2, CV_32FC3)};
-  imgtarn::FlatFieldOptions even;
-  even.window = 4;
   return {
       {"circle_radius_zero", "radius", circle(0.0f), circleSlot(0.0f)},
       {"circle_radius_beyond_image", "radius", circle(200.0f), circleSlot(200.0f)},
@@ -656,21 +605,19 @@ std::vector<RefusalCase> Refusals() {
          float para[5] = {0, 0, 20, 0, 0}, result[3] = {};
          return Contract().LocateCircleMark(none, para, nullptr, result);
        }},
-      {"hough_radius_zero", "radius", [grey, hough] { imgtarn::DetectHoughCircle(grey, hough); },
+      {"hough_radius_zero", "radius", [grey] { imgtarn::DetectHoughCircle(grey, {0.0f}); },
        nullptr},
       {"edge_fit_radius_zero", "radius",
-       [grey] {
-         imgtarn::CircleEdgeOptions options;
-         options.radius = 0.0f;
-         imgtarn::RefineCircleEdges(grey, cv::Point2f(150, 110), options);
-       },
+       [grey] { imgtarn::RefineCircleEdges(grey, cv::Point2f(150, 110), {0.0f}); },
        [grey] {
          cv::Mat plane = grey.clone();
          float para[5] = {F(plane.cols), F(plane.rows), 150, 110, 0}, result[5] = {};
          return Contract().AdjustCircleEdges(plane.data, para, nullptr, result);
        }},
-      {"cross_colour_image", "image", [colour] { imgtarn::LocateCrossMark(colour); }, nullptr},
-      {"rectangle_beyond_image", "size", [grey, huge] { imgtarn::LocateRectangleMark(grey, huge); },
+      {"rectangle_beyond_image", "size",
+       [grey] {
+         imgtarn::LocateRectangleMark(grey, {{400, 60}});
+       },
        nullptr},
       {"edges_empty_image", "image", [] { imgtarn::DetectEdges(cv::Mat()); },
        [none] {
@@ -685,8 +632,8 @@ std::vector<RefusalCase> Refusals() {
       {"flat_field_odd_count", "images", [colour] { imgtarn::CalibrateFlatField({colour}); },
        nullptr},
       {"flat_field_even_window", "window",
-       [colour, even] {
-         imgtarn::CalibrateFlatField({colour, colour}, even);
+       [colour] {
+         imgtarn::CalibrateFlatField({colour, colour}, {4});
        },
        nullptr},
       {"flat_field_gain_size", "gain",
@@ -703,12 +650,14 @@ std::vector<RefusalCase> Refusals() {
          unsigned char* p = planes.data();
          return Contract().ResizePlanes(p, p, p, p, p, p, para);
        }},
-      {"median_grey_image", "heights", [grey] { imgtarn::MedianFilter(grey); }, nullptr},
-      {"median_empty_limits", "upper", [limits] { imgtarn::MedianFilter(Heights(), limits); },
+      {"median_empty_limits", "upper",
+       [] {
+         imgtarn::MedianFilter(Heights(), {3, true});
+       },
        nullptr},
       {"sort_negative_first", "first",
-       [first] {
-         imgtarn::CountingSort({2, 1}, first);
+       [] {
+         imgtarn::CountingSort({2, 1}, {false, -1});
        },
        nullptr},
       {"load_missing_file", "path", [] { imgtarn::LoadImage(kSamples + "missing.png"); }, nullptr},
