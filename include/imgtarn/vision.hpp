@@ -442,6 +442,75 @@ IMGTARN_VISION_API cv::Mat LoadImage(const std::string& path);
 //            cv::Mat back = imgtarn::LoadImage("filled.png");
 IMGTARN_VISION_API void SaveImage(const std::string& path, const cv::Mat& image);
 
+// ---- Fiducials: the best answer for one mark ---------------------------------------------
+
+enum class FiducialShape {
+  Circle,     // a bright filled disc; options.radius
+  Cross,      // a bright plus sign whose bars are about a third of its size; options.size
+  Rectangle,  // a bright axis-aligned rectangle; options.size
+};
+
+// The search that proposed the mark reported, before its edges were measured.
+enum class FiducialStage {
+  None,            // nothing was measured
+  EdgeCircles,     // Hough circles on Canny edges checked against a disc template (Full)
+  TemplateSearch,  // the disc-template search with its Hough checks (Quick)
+  HoughCircles,    // Hough circles within 5 px of the radius, nearest the radius first
+  DiscTemplate,    // correlation peaks of a shaded disc: small marks, marks cut by the border
+  CrossMark,       // the binarisation ladder of the cross-mark search, every candidate
+  RectangleMark,   // the binarisation ladder of the rectangle-mark search, every candidate
+  BoxTemplate,     // correlation peaks of a drawn plus sign or rectangle
+};
+
+struct FiducialOptions {
+  FiducialShape shape = FiducialShape::Circle;
+  float radius = 20.0f;                  // Circle: nominal radius in pixels
+  cv::Size2f size = cv::Size2f(40, 40);  // Cross, Rectangle: full nominal width x height
+  cv::Rect window;  // where to search, in image pixels; empty (the default): everywhere
+};
+
+struct FiducialResult {
+  bool found = false;   // score at least 0.5
+  cv::Point2f centre;   // sub-pixel, in image pixels (also when not found: the best candidate)
+  cv::Size2f size;      // measured full width x height at the half-level edge (Circle: 2 radius)
+  float radius = 0.0f;  // Circle: measured radius; otherwise 0
+  float score = 0.0f;   // 0 .. 1; see LocateFiducial
+  FiducialStage stage = FiducialStage::None;
+};
+
+// Locates one bright mark of known shape and nominal size in a grey image to a fraction of a
+// pixel, and scores how much it looks like that mark.
+//   image: CV_8UC1. options: shape (default Circle), radius (Circle, default 20), size (Cross
+//   and Rectangle: full width x height, default 40 x 40), window (default: the whole image;
+//   the part inside the image is searched as an image of its own).
+//   Each of the library's own searches proposes candidates (see FiducialStage); every
+//   candidate is then measured on its own edge: profiles across the edge, each placed where
+//   it crosses the mark's half level (midway between its plateau and its surround), a robust
+//   circle fit or robust side lines, repeated until the centre settles. A mark cut by the
+//   image border is measured on the edge inside the image (the part of a box side outside it
+//   is placed the nominal size from the opposite side). The best-scoring candidate wins; of
+//   equal scores the earlier stage.
+//   Score: the share of the expected edge found where the fitted shape says, lowered by the
+//   edge's rms distance from the shape (polygons and ragged blobs), by a measured size off
+//   the nominal one, by a plateau that is not bright throughout (rings, outlines), for a
+//   cross by bright corners between its arms, and (square root of the share) for edge that
+//   lies outside the image. Clean marks score 0.7 to 1; pads of another shape, discs of
+//   another size and silkscreen rings below 0.1; an octagonal pad of the mark's size about 0.5.
+//   Result: found (score >= 0.5), centre, size, radius, score, stage; with no candidate at
+//   all: found false, score 0, stage None.
+//   Throws InvalidArgument: image not CV_8UC1 or empty; radius (Circle) or a side of size
+//   (Cross, Rectangle) not above 0, not finite, or making the mark (diameter, width or
+//   height) larger than the longer side of the area searched; window with a negative width
+//   or height, or not overlapping the image.
+//   Example: const imgtarn::FiducialResult mark = imgtarn::LocateFiducial(grey, {});
+//            if (mark.found) std::cout << mark.centre << " score " << mark.score;
+IMGTARN_VISION_API FiducialResult LocateFiducial(const cv::Mat& image,
+                                                 const FiducialOptions& options = {});
+
+// A short lower-case name of the stage ("edge-circles", "template-search", "hough-circles",
+// "disc-template", "cross-mark", "rectangle-mark", "box-template", "none").
+IMGTARN_VISION_API const char* FiducialStageName(FiducialStage stage);
+
 }  // namespace imgtarn
 
 #endif  // IMGTARN_VISION_HPP
