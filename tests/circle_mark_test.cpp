@@ -9,6 +9,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "common/debug_view.hpp"
@@ -97,6 +98,30 @@ TEST(CircleToolkit, ClosingCircleOfOneRingIsNearItsCentreAndNothingOnAFlatRegion
   ASSERT_TRUE(centre);
   EXPECT_LE(std::hypot(centre->x - 16.0f, centre->y - 16.0f), 1.5f);  // truncated centres
   EXPECT_FALSE(cm::ClosingCircleCentre(cv::Mat(32, 32, CV_8UC1, cv::Scalar(90)), 15.0f, false));
+  // A single Hough circle is its own enclosing circle: its centre, truncated.
+  const cv::Mat disc = DiscPlane(cv::Size(80, 80), cv::Point2f(40.3f, 39.6f), 10.0f);
+  const cv::Mat single = cm::OpenTwice(cm::SmoothPlane(disc))(cv::Rect(29, 29, 22, 22));
+  const cm::CircleList circles = cm::HoughGradientCircles(single, 50, 25, 8, 12);
+  ASSERT_EQ(circles.size(), 1u);
+  EXPECT_EQ(cm::ClosingCircleCentre(single, 10.0f, false),
+            cv::Point(static_cast<int>(circles[0][0]), static_cast<int>(circles[0][1])));
+}
+
+// The thresholds the searches branch on include their boundaries.
+TEST(CircleToolkit, BranchThresholdsIncludeTheirBoundaries) {
+  using E = cm::TemplateEvidence;
+  const float below = std::nextafter(0.85f, 0.0f);
+  const std::tuple<float, std::size_t, E> evidence[] = {
+      {0.85f, 0, E::kTemplate}, {below, 5, E::kClosingCircle}, {below, 4, E::kFullImage}};
+  for (const auto& [score, circles, expected] : evidence)
+    EXPECT_EQ(cm::WeighTemplateEvidence(score, circles), expected) << score << " " << circles;
+  // Five circles in the first pass stop the edge stage's Hough loop, four do not.
+  const std::tuple<std::size_t, int, bool> lists[] = {
+      {5, 0, true}, {4, 0, false}, {10, 6, true}, {11, 1, true}, {11, 2, false}};
+  for (const auto& [circles, pass, settled] : lists)
+    EXPECT_EQ(cm::EdgeCircleListSettled(circles, pass), settled) << circles << " " << pass;
+  EXPECT_TRUE(cm::TemplateWinsAtBorder(0.95f));
+  EXPECT_FALSE(cm::TemplateWinsAtBorder(std::nextafter(0.95f, 0.0f)));
 }
 
 // OpenCV's own edge and gradient passes would read the pixels around a view; a region is

@@ -3,6 +3,7 @@
 #ifndef IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 #define IMGTARN_CIRCLE_MARK_CIRCLE_MARK_HPP
 
+#include <cstddef>
 #include <opencv2/core.hpp>
 #include <optional>
 #include <string>
@@ -96,11 +97,21 @@ struct EdgeStageOutcome {
   std::optional<cv::Point2f> centre;
 };
 EdgeStageOutcome LocateByEdgeCircles(const cv::Mat& src, float radius, bool debug);
+// Stage 1's Hough list is settled with 5 to 10 circles, or more than 10 in passes 0 and 1;
+// otherwise the next pass searches again with both thresholds one lower.
+bool EdgeCircleListSettled(std::size_t circles, int pass);
+// A mark near one border is taken from the template estimate at a score of 0.95 or more.
+bool TemplateWinsAtBorder(float templateScore);
 
 // Stage 2 and the whole of the quick search: template, Hough inside the matched region, the
 // closing circle and the scored full-image search. `sourceTitle` names the source window.
 std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radius, bool debug,
                                                   const std::string& sourceTitle);
+// What settles the template search, in order: a template score of 0.85 or more; else five or
+// more Hough circles in the matched region (0.17 each against 0.85, in floats); else the
+// scored search of the whole plane.
+enum class TemplateEvidence { kTemplate, kClosingCircle, kFullImage };
+TemplateEvidence WeighTemplateEvidence(float templateScore, std::size_t regionCircles);
 
 // A centre both of whose coordinates are non-zero: the host's sign of a found mark.
 // True when a circle of `radius` plus `margin` lies wholly inside the image.

@@ -29,8 +29,7 @@ float Distance(const cv::Vec3f& circle, cv::Point2f point) {
   return std::hypot(circle[0] - point.x, circle[1] - point.y);
 }
 
-// Between 5 and 10 circles is a useful list; thresholds drop one step per pass until it is,
-// for at most 7 passes. A long list in the first two passes is accepted as it is.
+// Thresholds drop one step per pass until the list is settled, for at most 7 passes.
 CircleList EdgeHoughCircles(const cv::Mat& edges, float radius) {
   CircleList circles;
   float param1 = 120.0f;
@@ -42,9 +41,7 @@ CircleList EdgeHoughCircles(const cv::Mat& edges, float radius) {
       param1 -= 1.0f;
       param2 -= 1;
     }
-    const size_t n = circles.size();
-    if (n >= 5 && n <= 10) break;
-    if (n > 10 && pass <= 1) break;
+    if (EdgeCircleListSettled(circles.size(), pass)) break;
   }
   return circles;
 }
@@ -107,7 +104,7 @@ std::optional<cv::Point2f> CentreFromCandidate(const EdgeStage& stage, cv::Point
   const Border border = CrossedBorder(candidate, stage.radius, kInsideMargin, stage.blurred.size());
   // A corner (two borders) is left to stage 2, whose scoring favours clipped marks.
   if (border == Border::kNone) return std::nullopt;
-  if (stage.found.score >= kBorderTemplateScore) return estimate;
+  if (TemplateWinsAtBorder(stage.found.score)) return estimate;
   // The Hough candidate is the previous centre the re-test keeps on a rejected axis, also on a
   // cut one: the candidate lies within r/10 of the template estimate, and a template that must
   // stay inside the plane cannot reach a cut centre, so a disc cut by c r comes back at least
@@ -158,6 +155,15 @@ std::optional<cv::Point2f> CentreFromGroups(const EdgeStage& stage, const Circle
 }
 
 }  // namespace
+
+// Between 5 and 10 circles is a useful list; a long list in the first two passes is accepted
+// as it is.
+bool EdgeCircleListSettled(std::size_t circles, int pass) {
+  if (circles >= 5 && circles <= 10) return true;
+  return circles > 10 && pass <= 1;
+}
+
+bool TemplateWinsAtBorder(float templateScore) { return templateScore >= kBorderTemplateScore; }
 
 EdgeStageOutcome LocateByEdgeCircles(const cv::Mat& src, float radius, bool debug) {
   const cv::Mat plain = src.clone();

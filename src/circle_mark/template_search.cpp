@@ -15,6 +15,9 @@ namespace {
 constexpr float kRegionRadiusSlack = 3.0f;
 // A correlation this high is trusted without any Hough evidence.
 constexpr float kTemplateHitScore = 0.85f;
+// Five region circles are enough evidence: 0.17 per circle against 0.85, in floats as the
+// threshold has always been computed (5 x 0.17f rounds to exactly 0.85f).
+constexpr float kRegionCircleWeight = 0.17f;
 
 // The template-sized rectangle centred on the template estimate. The estimate is the match
 // corner plus the integer half size, so this lands back on the match corner inside the image;
@@ -84,6 +87,13 @@ std::optional<cv::Point2f> BestScoredCircle(const cv::Mat& smooth, float radius,
 
 }  // namespace
 
+TemplateEvidence WeighTemplateEvidence(float templateScore, std::size_t regionCircles) {
+  if (templateScore >= kTemplateHitScore) return TemplateEvidence::kTemplate;
+  if (static_cast<float>(regionCircles) * kRegionCircleWeight >= kTemplateHitScore)
+    return TemplateEvidence::kClosingCircle;
+  return TemplateEvidence::kFullImage;
+}
+
 std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radius, bool debug,
                                                   const std::string& sourceTitle) {
   const cv::Mat smooth = SmoothPlane(src);
@@ -104,10 +114,9 @@ std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radi
                            TruncToInt(radius + kRegionRadiusSlack));
   if (debug) ShowCircleMosaic(inRegion, region, "tempHCRoi");
 
-  if (found.score >= kTemplateHitScore) return templateCentre;
-  // Five region circles are enough evidence (0.17 per circle against 0.85, in floats as the
-  // threshold has always been computed).
-  if (static_cast<float>(inRegion.size()) * 0.17f >= 0.85f) {
+  const TemplateEvidence evidence = WeighTemplateEvidence(found.score, inRegion.size());
+  if (evidence == TemplateEvidence::kTemplate) return templateCentre;
+  if (evidence == TemplateEvidence::kClosingCircle) {
     const std::optional<cv::Point> closing = ClosingCircleCentre(region, radius, debug);
     if (!closing) return templateCentre;
     return cv::Point2f(found.x + static_cast<float>(closing->x) - disc.cols * 0.5f,
