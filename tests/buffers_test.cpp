@@ -99,7 +99,15 @@ INSTANTIATE_TEST_SUITE_P(
                                {259, 3, 3},
                                0,
                                {{{10, 10, 29, 29}, kBlack}},
-                               {{{10, 10}, {3, 3, 3}}, {{29, 29}, kBlack}}}));
+                               {{{10, 10}, {3, 3, 3}}, {{29, 29}, kBlack}}},
+                      // No pixel near the reference: nothing is painted, the planes are copied.
+                      HoleCase{40,
+                               40,
+                               kGrey,
+                               kRef,
+                               0,
+                               {{{12, 14, 15, 17}, kBlack}},
+                               {{{12, 14}, kBlack}, {{0, 0}, kGrey}}}));
 
 // Dark noisy planes of widths that leave partial blocks of sixteen, with the reference colour
 // at two corners so that the box covers nearly all of them.
@@ -578,7 +586,8 @@ INSTANTIATE_TEST_SUITE_P(
                       SortCase{{4, 1, 1, 9}, 1, 2, {1, 1, 1, 9}, {1, 2, -7, -7}},
                       SortCase{{2, 1, 2, 3, 2}, 1, 2, {1, 2, 2, 2, 2}, {1, 0, 2, 4, -7}},
                       SortCase{{2, 1, 2, 3, 2}, 0, 1, {3, 1, 2, 3, 2}, {3, -7, -7, -7, -7}},
-                      SortCase{{0, INT_MAX, INT_MIN}, 1, 0, {INT_MIN, 0, INT_MAX}, {2, 0, 1}}));
+                      SortCase{{0, INT_MAX, INT_MIN}, 1, 0, {INT_MIN, 0, INT_MAX}, {2, 0, 1}},
+                      SortCase{{5, 5, 5}, 0, 0, {5, 5, 5}, {0, 1, 2}}));
 
 // Against a stable comparison sort, over narrow (split counters), middling (one counter table)
 // and wide (comparison sort) spreads, with runs of equal values, both orders and every kind of K;

@@ -257,6 +257,10 @@ TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
   const cv::Mat tinyPad = Mask(kPlane, {cv::Rect(28, 28, 4, 4)});
   EXPECT_LT(co::CoverageScore(boundary, co::OverlayReference(tinyPad, boundary), false), 0.0);
   EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
+  // A boundary that only adds a strip beside the pad is left by the first growth (above and
+  // below the pad): no rings, so spill into the strip weighs 0.
+  const cv::Mat strip = Mask(kPlane, {kPad, cv::Rect(40, 20, 10, 20)});
+  EXPECT_EQ(co::CoverageScore(strip, co::OverlayReference(cad, strip), false), 1.0);
 }
 
 TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignmentAZeroSideRaises) {

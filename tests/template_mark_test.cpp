@@ -166,16 +166,28 @@ TEST(TemplateMark, FilterAcceptsTheTwelveVertexOutlineOfAPlus) {
 }
 
 TEST(TemplateMark, FilterAreaLimitsAreInclusive) {
-  // Triangles fail the shape test and so stay in the list exactly when the area test
-  // passed. Rectangle kind: A = 20 * 10 = 200, limits 100 and 400.
-  PolygonList contours = {{{0, 0}, {20, 0}, {0, 10}},   // 100: kept
-                          {{0, 0}, {20, 0}, {0, 9}},    // 90: erased
-                          {{0, 0}, {40, 0}, {0, 20}},   // 400: kept
-                          {{0, 0}, {40, 0}, {0, 21}}};  // 420: erased
-  EXPECT_TRUE(Filter(contours, 20, 10, MarkKind::kRectangle).empty());
-  ASSERT_EQ(contours.size(), 2u);
-  EXPECT_EQ(contours[0][2], cv::Point(0, 10));
-  EXPECT_EQ(contours[1][2], cv::Point(0, 20));
+  // Right triangles (legs x and y, area x y / 2) fail the shape test and so stay in the list
+  // exactly when the area test passed.
+  struct AreaCase {
+    MarkKind kind;
+    float w, h;
+    std::vector<cv::Point> legs;
+    std::vector<int> kept;
+  };
+  const AreaCase cases[] = {
+      // Rectangle 20 x 10: A = 200, so 100 and 400 pass, 90 and 420 do not.
+      {MarkKind::kRectangle, 20, 10, {{20, 10}, {20, 9}, {40, 20}, {40, 21}}, {0, 2}},
+      // Cross 30 x 30: A = 900 * 0.555555 = 499.9995, a hair below 500, so the limits are
+      // 249.99975 and 999.999: 250 and 999 pass, 249.5 and 1000 (exactly 2 x 500) do not.
+      {MarkKind::kCross, 30, 30, {{50, 10}, {499, 1}, {999, 2}, {100, 20}}, {0, 2}}};
+  const auto triangle = [](cv::Point legs) { return Polygon{{0, 0}, {legs.x, 0}, {0, legs.y}}; };
+  for (const AreaCase& c : cases) {
+    PolygonList contours, kept;
+    for (const cv::Point& legs : c.legs) contours.push_back(triangle(legs));
+    for (int i : c.kept) kept.push_back(triangle(c.legs[i]));
+    EXPECT_TRUE(Filter(contours, c.w, c.h, c.kind).empty());
+    EXPECT_EQ(contours, kept) << static_cast<int>(c.kind);
+  }
 }
 
 TEST(TemplateMark, FilterKeepsAConvexTwelveGonForTheFallbackButNeverAcceptsIt) {
@@ -535,15 +547,20 @@ INSTANTIATE_TEST_SUITE_P(TemplateMark, BadInputTest,
                          ::testing::Values(MarkKind::kCross, MarkKind::kRectangle));
 
 TEST(TemplateMark, FractionalPlaneSizeIsTruncated) {
-  const cv::Mat plane = MarkBoard({kRect, {60, 50}, 40, 24, 5});
-  float para[5] = {120.9f, 100.7f, 20, 12, 0};
-  float fractional[4] = {}, whole[4] = {};
-  ASSERT_EQ(tm::LocateRectangleMark(plane.data, para, fractional), 0);
-  para[0] = 120;
-  para[1] = 100;
-  ASSERT_EQ(tm::LocateRectangleMark(plane.data, para, whole), 0);
-  EXPECT_NEAR(fractional[0], 60, 1.0);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(fractional[i], whole[i]);
+  for (const MarkCase& c :
+       {MarkCase{kCross, {60.5, 50.5}, 30, 30, 5}, MarkCase{kRect, {60, 50}, 40, 24, 5}}) {
+    const cv::Mat plane = MarkBoard(c);
+    const auto locate = [&](float width, float height, float* result) {
+      float para[5] = {width, height, static_cast<float>(c.w / 2), static_cast<float>(c.h / 2), 0};
+      return c.kind == kCross ? tm::LocateCrossMark(plane.data, para, result)
+                              : tm::LocateRectangleMark(plane.data, para, result);
+    };
+    float fractional[4] = {}, whole[4] = {};
+    ASSERT_EQ(locate(120.9f, 100.7f, fractional), 0);
+    ASSERT_EQ(locate(120, 100, whole), 0);
+    EXPECT_NEAR(fractional[0], c.centre.x, 1.0);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(fractional[i], whole[i]);
+  }
 }
 
 // ---- Debug switch values ----
