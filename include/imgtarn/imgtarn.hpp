@@ -18,7 +18,14 @@
 //   "invalid vector<T> subscript", leave the operation uncaught. Nothing leaks when they do.
 // - Debug output (windows and debug files) appears only where an operation's debug switch
 //   asks for it (slots 4 and 5 always show their result window). Windows are shown only
-//   when the process has a display; files are written either way.
+//   when the process has a display (without one they are skipped); files are written either
+//   way. OpenCV errors from cv::imshow, cv::imwrite, cv::waitKey and cv::destroyAllWindows
+//   of debug output are swallowed (an unwritable debug file is lost); no other OpenCV error
+//   is caught.
+// - Window titles are UTF-8, the platform's narrow encoding. Those that are not ASCII:
+//   "原图", "矩形合并结果", "多矩形检测结果", "梯度调整矩形" (slots 14 and 18); "源图像",
+//   "目标模板图像", "外模板图像" (slot 20); "拆解图0" (slot 26); "二值化图片", "二值图像",
+//   "水平投影", "垂直投影" (slot 27).
 // - Threads: the objects hold no state; operations without debug output may run
 //   concurrently on different buffers.
 #ifndef IMGTARN_IMGTARN_HPP
@@ -156,8 +163,9 @@ class ImgTarn_IF {
 
   // Slot 10. Locates a bright filled circular mark of known radius by the template search
   //   alone: disc-template correlation (score >= 0.85 wins), else five or more Hough circles
-  //   in the matched region give the centre of their enclosing circle, else a scored search
-  //   of the whole plane (favouring marks cut by the right or bottom border).
+  //   (radii trunc(r - 3) .. trunc(r + 3)) in the matched region, searched as an image of its
+  //   own, give the centre of their enclosing circle, else a scored search of the whole plane
+  //   (favouring marks cut by the right or bottom border).
   //   plane: para[0] x para[1] grey samples (read only). ignored: not read.
   //   para (read only): [0] width, [1] height (truncated), [2] radius r in pixels, [4] debug
   //   (1 shows "Orginal Image", "Smoothing", "---template find --bilateral", "ROI",
@@ -171,14 +179,26 @@ class ImgTarn_IF {
   virtual int LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored,
                                     float* result);
 
-  // Slot 11. Locates a bright filled circular mark of known radius. Stage 1: Hough circles on
-  //   Canny edges checked against a disc-template estimate and refined by gradient profiles
-  //   (marks within 5 px of one border are re-measured in a window flush with that border;
-  //   a template score >= 0.95 there takes the template estimate; an axis the border cuts
-  //   comes from the disc's whole edge half a diameter inward, or from the Hough circle when
-  //   one agreed with the template). Stage 2, only when stage 1 found at least two edge circles
-  //   but no centre: the search of slot 10. Centres are good to about 1 px; a small clean
-  //   mark (r below about 12) often yields a single edge circle and then (0, 0): use slot 10.
+  // Slot 11. Locates a bright filled circular mark of known radius in two stages.
+  //   Stage 1: Hough circles (radii trunc(r) +- 2) on Canny edges, checked against a
+  //   disc-template estimate and measured by gradient profiles; an axis whose diameter falls
+  //   more than r/9 short of 2r is rejected (a longer one is accepted).
+  //   - The first circle within r/10 of the estimate decides. Inside (5 px clear of every
+  //     border) a window 2r + 10 around the estimate is measured; a rejected axis keeps the
+  //     estimate. Near one border a template score >= 0.95 takes the estimate; below it the
+  //     mark is re-measured in a window flush with that border (diameter within r/6 of 2r),
+  //     a rejected axis keeping the circle. Near a corner (two borders): stage 2.
+  //   - Without such a circle, circle 0 and the circles within r/3 of it (group A) decide,
+  //     provided A has a member and no circle lies farther than r from circle 0 (group B is
+  //     empty). A window 2r + 8 around A's mean is measured; a rejected axis takes circle
+  //     0's coordinate. Near one border the re-test runs; a rejected axis that the border
+  //     cuts comes from the disc's whole edge half a diameter inward when that lies within
+  //     r/3 of circle 0, else from circle 0. A non-empty group B, an empty group A or a mean
+  //     near a corner: stage 2.
+  //   Stage 2, only when stage 1 found at least two edge circles but no centre: the search of
+  //   slot 10. Centres are good to about 1 px; a small clean mark (r below about 12) often
+  //   yields a single edge circle and then (0, 0): use slot 10. Debug windows are not pumped
+  //   (no cv::waitKey): a host that wants them painted runs its own event loop.
   //   plane, ignored, para: as slot 10 ([4] = 1 shows "Edges Image", "---template find
   //   --bilateral", "All Found Circles In Edges by HoughCircles", "Using Grad method found the
   //   best circle.", "The new ROI", "Test the circle's position.", then the stage-2 windows
@@ -294,7 +314,9 @@ class ImgTarn_IF {
   // Slot 18. Locates one bright, axis-aligned rectangular fiducial of known nominal size.
   //   plane, ignored, para: as slot 14 ([2], [3] half the nominal width and height; [4] this
   //     slot's own process-wide debug switch, with the same values and views, the template
-  //     view titled "RectangleTemplate" with file RectangleTemplate.jpg).
+  //     view titled "RectangleTemplate" with file RectangleTemplate.jpg). The template
+  //     fallback enlarges a crop smaller than the template (cubic, by the larger of the two
+  //     size ratios); a crop that truncation leaves one pixel short scores 0.
   //   result: [0], [1] centre x, y; [2], [3] measured half width, half height (not scaled).
   //   Returns -1 (all four results 0) for a null plane or a non-positive width or height;
   //     otherwise 0. No mark found, or a degenerate measurement: all four results 0.
