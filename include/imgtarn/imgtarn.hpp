@@ -132,9 +132,8 @@ class ImgTarn_IF {
   //   para out: [8] rings, [9] solids, [10] blobs with two or more holes (in no list or mask).
   //   Example: float p[11] = {w, h, 128, 20, 0, 4, 8, 8}; float rings[32], solids[32];
   //            obj->ClassifyRingContours(nullptr, nullptr, solids, p, rings, plane);
-  virtual int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask,
-                                   float* solids, float* para, float* rings,
-                                   unsigned char* plane);
+  virtual int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask, float* solids,
+                                   float* para, float* rings, unsigned char* plane);
 
   // Slot 8. Opens (drops specks) then closes (bridges hairline gaps) the foreground and
   // reports the bounding rectangles of the blobs left. Contour rules as for slot 6.
@@ -221,8 +220,7 @@ class ImgTarn_IF {
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float para[5] = {800, 600, 40, 0, 0}, result[3];
   //            obj->LocateCircleMarkRoi(plane, para, nullptr, result);
-  virtual int LocateCircleMarkRoi(unsigned char* plane, float* para, void* ignored,
-                                  float* result);
+  virtual int LocateCircleMarkRoi(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 13. Finds a component lead by template matching (normalised correlation coefficient,
   // whole-pixel positions) and cuts the regions left and right of it, where solder bridges
@@ -327,8 +325,7 @@ class ImgTarn_IF {
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float para[5] = {640, 480, 20, 12, 0}, result[4];
   //            if (obj->LocateRectangleMark(plane, para, nullptr, result) == 0 && result[0]) ...
-  virtual int LocateRectangleMark(unsigned char* plane, float* para, void* ignored,
-                                  float* result);
+  virtual int LocateRectangleMark(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 19. Counts pixels per blob. Contour rules as for slot 6 (para is read only).
   // Dispatch: a2[3] == 0.0 (so also -0.0) counts the pixels each outer contour encloses
@@ -340,8 +337,7 @@ class ImgTarn_IF {
   //     per blob. Returns -1 also for a null result.
   //   Example: float p[6] = {w, h, 0, 0, 0, 8}, r[10];
   //            obj->CountContourPixels(plane, p, nullptr, r);  // a 10 x 20 blob: r[2] = 200
-  virtual int CountContourPixels(unsigned char* plane, float* para, void* ignored,
-                                 float* result);
+  virtual int CountContourPixels(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 20. Scores how well a measured pad blob covers its CAD pad inside a boundary mask.
   //   boundaryMask, cadPad, measuredPad: para[0] x para[1] masks (any non-zero byte is set;
@@ -427,8 +423,7 @@ class ImgTarn_IF {
   //   written), else 0. cv::Exception may leave it only from inside OpenCV.
   // Example: float para[5] = {w, h, 1, 0, 50}, result[4];
   //          int status = obj->DetectEdgesCanny(plane, para, mask, result);
-  virtual int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst,
-                               float* result);
+  virtual int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst, float* result);
 
   // Slot 24. Two-point flat-field calibration: per-sample offsets and gains (the table slot 25
   // applies) that map a sample reading its first calibration level to a target level.
@@ -536,8 +531,8 @@ class ImgTarn_IF {
   //     below 1) gives 0. Returns 0. Plane pointers are not checked.
   //   Example: unsigned char levels[3];
   //            obj->FindDominantLevels(r, g, b, w, h, levels);
-  virtual int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3,
-                                 int width, int height, unsigned char* levels);
+  virtual int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3, int width,
+                                 int height, unsigned char* levels);
 
   // Slot 29. Paints the black pixels (R, G and B all <= 5) inside the area showing a
   // reference colour with that colour, in place, then copies the planes to a5..a7.
@@ -592,8 +587,8 @@ class ImgTarn_IF {
   //   channel 0 (blue); a5[1] = width, a5[2] = height.
   //   Returns -1 when any pointer is null (nothing written), else 0 (a failed write is not
   //   reported). An unknown extension or an empty image raises cv::Exception.
-  virtual int SaveImagePlanes(unsigned char* path, unsigned char* channel2,
-                              unsigned char* channel1, unsigned char* channel0, float* para);
+  virtual int SaveImagePlanes(unsigned char* path, unsigned char* channel2, unsigned char* channel1,
+                              unsigned char* channel0, float* para);
 
   // Slot 33. Resizes three planes with cv::resize into the caller's destination planes.
   //   a1, a2, a3 (in): source planes; a4, a5, a6 (out): destination planes (a1 -> a4,
