@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <opencv2/imgproc.hpp>
+#include <thread>
 #include <vector>
 
 #include "imgtarn/vision.hpp"
+#include "support/opencv_threads.hpp"
 
 using imgtarn::FiducialOptions;
 using imgtarn::FiducialResult;
@@ -226,6 +229,34 @@ TEST(LocateFiducial, WindowLimitsTheSearchAndResultsStayInImageCoordinates) {
   EXPECT_LT(cv::norm(found.centre - right), 0.1);
   options.window = cv::Rect(60, 0, 25, 80);  // between the marks: nothing there
   EXPECT_FALSE(imgtarn::LocateFiducial(image, options).found);
+}
+
+// Each shape from four threads at once gives exactly its serial answer: the locator keeps no
+// state, and the ladder's debug switch it turns off is the same for every call.
+TEST(LocateFiducialConcurrency, GivesTheSerialAnswersFromFourThreads) {
+  const cv::Point2f centre(40.3f, 35.6f);
+  const cv::Size size(80, 72);
+  const std::vector<std::pair<cv::Mat, FiducialOptions>> calls = {
+      {Render(size, {{Disc(centre, 9.0f), kMark}}, 1.0f, 5.0f, 500), CircleOptions(9.0f)},
+      {Render(size, {{Cross(centre, {24.0f, 24.0f}), kMark}}, 1.0f, 5.0f, 501),
+       BoxOptions(FiducialShape::Cross, {24.0f, 24.0f})},
+      {Render(size, {{Rect(centre, {30.0f, 20.0f}), kMark}}, 1.0f, 5.0f, 502),
+       BoxOptions(FiducialShape::Rectangle, {30.0f, 20.0f})}};
+  const auto locate = [&](size_t i) {
+    const FiducialResult found = imgtarn::LocateFiducial(calls[i].first, calls[i].second);
+    return std::vector<float>{found.centre.x, found.centre.y, found.size.width, found.score};
+  };
+  std::vector<std::vector<float>> serial, parallel(4 * calls.size());
+  for (size_t i = 0; i < calls.size(); ++i) serial.push_back(locate(i));
+  std::atomic<size_t> next{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      for (size_t i = next++; i < parallel.size(); i = next++)
+        parallel[i] = locate(i % calls.size());
+    });
+  for (std::thread& thread : threads) thread.join();
+  for (size_t i = 0; i < parallel.size(); ++i) EXPECT_EQ(parallel[i], serial[i % calls.size()]);
 }
 
 TEST(LocateFiducial, RefusesWhatItCannotSearchNamingTheArgument) {
