@@ -119,10 +119,10 @@ const std::vector<AdversarialPlane>& AdversarialPlanes() {
   return planes;
 }
 
-Scene AdversarialScene(const AdversarialPlane& plane, cv::Size size) {
+Scene AdversarialScene(const AdversarialPlane& plane, cv::Size size, cv::Size base) {
   Scene scene;
   scene.plane = plane.make(size);
-  scene.circleRadius = static_cast<float>(std::min(size.width, size.height) / 4);
+  scene.circleRadius = static_cast<float>(std::min(base.width, base.height) / 4);
   scene.crossHalf = cv::Size2f(15, 15);  // the header's example calls
   scene.rectHalf = cv::Size2f(20, 12);
   return scene;

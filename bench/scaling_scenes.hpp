@@ -39,13 +39,14 @@ Scene BoardScene(cv::Size size, Feature feature);
 
 // Planes that defeat the searches' pruning: one- and two-pixel checkerboards, uniform noise
 // (every sample drawn from 0..255) and a bright dot every third pixel. The operations get the
-// header's example mark sizes and a circle radius of a quarter of the shorter side.
+// header's example mark sizes and a circle radius of a quarter of the shorter side of `base`,
+// the smallest size measured, so that larger planes change the pixels and nothing else.
 struct AdversarialPlane {
   std::string name;
   cv::Mat (*make)(cv::Size size);
 };
 const std::vector<AdversarialPlane>& AdversarialPlanes();
-Scene AdversarialScene(const AdversarialPlane& plane, cv::Size size);
+Scene AdversarialScene(const AdversarialPlane& plane, cv::Size size, cv::Size base);
 
 }  // namespace bench
 
