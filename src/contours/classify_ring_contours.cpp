@@ -77,9 +77,8 @@ Classified ClassifyBlobs(const cv::Mat& binary, const RingParams& params) {
     const bool ring = holes == 1;
     ++(ring ? result.ringCount : result.solidCount);
     AppendEntry(enclosed, blobArea, ring ? &result.rings : &result.solids);
-    // Drawing with the hierarchy to depth 1 fills the blob and leaves its holes empty.
-    cv::drawContours(ring ? result.ringMask : result.solidMask, all, index, cv::Scalar(255),
-                     cv::FILLED, cv::LINE_8, hierarchy, 1);
+    FillBlobWithHoles(ring ? result.ringMask : result.solidMask, all, hierarchy, index,
+                      cv::Scalar(255));
   }
   return result;
 }

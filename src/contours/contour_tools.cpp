@@ -63,6 +63,29 @@ std::vector<Contour> FindExternalContours(const cv::Mat& binary) {
   return sorted;
 }
 
+void DrawContourAlone(cv::Mat& image, const Contour& contour, const cv::Scalar& colour,
+                      int thickness) {
+  // A header over the contour's own points: nothing is copied.
+  const std::vector<cv::Mat> alone{cv::Mat(contour)};
+  cv::drawContours(image, alone, 0, colour, thickness);
+}
+
+void FillBlobWithHoles(cv::Mat& image, const std::vector<Contour>& all,
+                       const std::vector<cv::Vec4i>& hierarchy, int outer,
+                       const cv::Scalar& colour) {
+  // The blob first, then its holes in the order of their sibling chain, linked as in `all`.
+  std::vector<cv::Mat> blob{cv::Mat(all[outer])};
+  std::vector<cv::Vec4i> links{{-1, -1, -1, -1}};
+  for (int hole = hierarchy[outer][2]; hole >= 0; hole = hierarchy[hole][0]) {
+    const int at = static_cast<int>(blob.size());
+    links[0][2] = 1;
+    if (at > 1) links[at - 1][0] = at;
+    links.push_back({-1, at > 1 ? at - 1 : -1, -1, 0});
+    blob.emplace_back(all[hole]);
+  }
+  cv::drawContours(image, blob, 0, colour, cv::FILLED, cv::LINE_8, links, 1);
+}
+
 BoxMask DrawInBox(const Contour& contour, int thickness) {
   const cv::Rect box = cv::boundingRect(contour);
   BoxMask result{cv::Mat::zeros(box.height, box.width, CV_8UC1), box.tl()};

@@ -40,6 +40,17 @@ std::vector<Contour> FindExternalContours(const cv::Mat& binary);
 // The indexes of `contours` in that raster order.
 std::vector<int> RasterOrder(const std::vector<Contour>& contours);
 
+// Draws one contour of a list, as cv::drawContours(image, list, index, ...) does. OpenCV
+// prepares a header for every contour of the list it is handed, so drawing a long list one
+// index at a time costs the list's length per call; these hand it only what is drawn.
+void DrawContourAlone(cv::Mat& image, const Contour& contour, const cv::Scalar& colour,
+                      int thickness);
+// Fills the outer contour `outer` of a two-level hierarchy (cv::RETR_CCOMP) with its holes
+// left empty, as cv::drawContours(image, all, outer, colour, FILLED, LINE_8, hierarchy, 1).
+void FillBlobWithHoles(cv::Mat& image, const std::vector<Contour>& all,
+                       const std::vector<cv::Vec4i>& hierarchy, int outer,
+                       const cv::Scalar& colour);
+
 // One contour drawn into a mask the size of its bounding box. `thickness` is cv::FILLED for
 // the enclosed region (boundary included, holes filled) or 1 for the outline alone.
 struct BoxMask {

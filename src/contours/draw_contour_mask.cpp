@@ -24,7 +24,7 @@ int DrawFilledBlobs(const cv::Mat& binary, int minArea, cv::Mat* mask) {
   int drawn = 0;
   for (int i = 0; i < static_cast<int>(outers.size()); ++i) {
     if (MeasureRegion(outers[i]).area < minArea) continue;
-    cv::drawContours(*mask, outers, i, cv::Scalar(255), cv::FILLED);
+    DrawContourAlone(*mask, outers[i], cv::Scalar(255), cv::FILLED);
     ++drawn;
   }
   return drawn;

@@ -59,8 +59,8 @@ std::optional<std::vector<Contour>> ParsePolygons(const int* values, long long l
 // Each polygon is filled on its own, so overlapping polygons add up instead of cancelling.
 cv::Mat FillMask(const cv::Size& size, const std::vector<Contour>& polygons) {
   cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
-  for (int i = 0; i < static_cast<int>(polygons.size()); ++i)
-    cv::drawContours(mask, polygons, i, cv::Scalar(255), cv::FILLED);
+  for (const Contour& polygon : polygons)
+    DrawContourAlone(mask, polygon, cv::Scalar(255), cv::FILLED);
   return mask;
 }
 
