@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <opencv2/imgcodecs.hpp>
@@ -137,6 +138,30 @@ TEST(CircleToolkit, HoughSearchesARegionAsAnImageOfItsOwn) {
     EXPECT_EQ(cm::HoughGradientCircles(region, 15, 15, low, high),
               cm::HoughGradientCircles(region.clone(), 15, 15, low, high))
         << seed;
+  }
+}
+
+// Oracle: the scored full-image search judges every circle it finds by a Hough search of the
+// circle's own box, in parallel; the debug run searches them in order on the calling thread,
+// as the search always has. Both, on one thread or two, must give the same centre.
+TEST(CircleToolkit, ParallelScoringMatchesTheSerialWalkOnNoise) {
+  for (int seed : {1, 2}) {
+    // Rings a little wider than the mark: inside the full-image range, outside the region's.
+    cv::Mat noise = DiscPlane(cv::Size(400, 300), cv::Point2f(-100, -100), 1, seed);
+    for (int y = 60; y < 300; y += 100) {
+      for (int x = 60; x < 400; x += 100) cv::circle(noise, {x, y}, 45, cv::Scalar(200), 3);
+    }
+    const Found serial = RunMark(cm::LocateCircleMarkQuick, noise, 40, 1);
+    const long boxes = std::count(serial.titles.begin(), serial.titles.end(), "hCRoi");
+    EXPECT_GT(boxes, 20) << seed;
+    const int threads = cv::getNumThreads();
+    for (int n : {1, 2}) {
+      cv::setNumThreads(n);
+      const Found parallel = RunMark(cm::LocateCircleMarkQuick, noise, 40);
+      EXPECT_EQ(parallel.status, serial.status) << seed << " " << n;
+      EXPECT_EQ(parallel.centre, serial.centre) << seed << " " << n;
+    }
+    cv::setNumThreads(threads);
   }
 }
 

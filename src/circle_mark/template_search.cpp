@@ -1,6 +1,8 @@
 // The template-first search: stage 2 of the mark location and the whole quick operation.
 #include <algorithm>
+#include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "circle_mark/circle_mark.hpp"
 #include "common/debug_view.hpp"
@@ -67,18 +69,38 @@ float ScoreCandidate(const cv::Mat& smooth, const cv::Vec3f& circle, cv::Size te
   return score;
 }
 
+// On noise the designed thresholds let thousands of full-image circles through (4448 on
+// 640 x 480 uniform noise at r = 120, each box search about 4 ms), so the boxes are searched in
+// parallel. Each search is deterministic and the scores are read in Hough order afterwards,
+// so the threads change no result. Debug views are shown in order from the calling thread.
+std::vector<float> ScoreCandidates(const cv::Mat& smooth, const CircleList& circles,
+                                   cv::Size templateSize, float radius, bool debug) {
+  std::vector<float> scores(circles.size(), 0.0f);
+  const auto scoreRange = [&](const cv::Range& range) {
+    for (int i = range.start; i < range.end; ++i)
+      scores[i] = ScoreCandidate(smooth, circles[i], templateSize, radius, debug);
+  };
+  const cv::Range all(0, static_cast<int>(circles.size()));
+  if (debug) {
+    scoreRange(all);
+  } else {
+    cv::parallel_for_(all, scoreRange);
+  }
+  return scores;
+}
+
 std::optional<cv::Point2f> BestScoredCircle(const cv::Mat& smooth, float radius,
                                             cv::Size templateSize, bool debug) {
   const CircleList circles = FullImageCircles(smooth, radius);
   if (debug) ShowCircleMosaic(circles, smooth, "guaCircle");
+  const std::vector<float> scores = ScoreCandidates(smooth, circles, templateSize, radius, debug);
   float bestScore = 0.0f;
   std::optional<cv::Point2f> best;
-  for (const cv::Vec3f& circle : circles) {
-    const float score = ScoreCandidate(smooth, circle, templateSize, radius, debug);
+  for (size_t i = 0; i < circles.size(); ++i) {
     // Strictly greater: on a tie the earlier circle in Hough order stays.
-    if (score > bestScore) {
-      bestScore = score;
-      best = cv::Point2f(circle[0], circle[1]);
+    if (scores[i] > bestScore) {
+      bestScore = scores[i];
+      best = cv::Point2f(circles[i][0], circles[i][1]);
     }
   }
   if (bestScore >= 1.5f) return best;
