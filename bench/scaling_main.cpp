@@ -7,11 +7,13 @@
 //   adversarial_<plane> slowest=<op> seconds=<t> exponent=<x> goal=<g>
 //   full_field slowest=<op> seconds=<t> goal=<g>   on 2448 x 2048
 // Options: --parts scaling,ratios,adversarial,full (default all), --filter TEXT (operations
-// whose name contains it), --sides 256,512,..., --adversarial WxH,WxH,...
+// whose name contains it), --sides 256,512,..., --adversarial WxH,WxH,..., --threads N
+// (OpenCV's worker threads, default 1).
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <opencv2/imgproc.hpp>
@@ -30,6 +32,7 @@ struct Options {
   std::string filter;
   std::vector<cv::Size> sides = {{256, 256}, {512, 512}, {1024, 1024}, {2048, 2048}};
   std::vector<cv::Size> adversarial = {{640, 480}, {1280, 960}};
+  int threads = 1;  // one thread: the exponents follow the work, not the free cores
   bool Wants(const std::string& part) const { return parts.find(part) != std::string::npos; }
 };
 
@@ -56,6 +59,7 @@ Options ParseOptions(int argc, char** argv) {
     if (key == "--filter") options.filter = value;
     if (key == "--sides") options.sides = ParseSizes(value);
     if (key == "--adversarial") options.adversarial = ParseSizes(value);
+    if (key == "--threads") options.threads = std::atoi(value.c_str());
   }
   return options;
 }
@@ -244,7 +248,7 @@ void RunFullField(const Options& options, std::vector<std::string>& lines) {
 
 int main(int argc, char** argv) {
   const bench::Options options = bench::ParseOptions(argc, argv);
-  cv::setNumThreads(1);  // one thread: the exponents follow the work, not the free cores
+  cv::setNumThreads(options.threads);
   std::vector<std::string> lines;
   if (options.Wants("scaling")) bench::RunScaling(options, lines);
   if (options.Wants("ratios")) bench::RunRatios(lines);
