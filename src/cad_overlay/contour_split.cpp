@@ -5,6 +5,7 @@
 
 #include "cad_overlay/cad_overlay.hpp"
 #include "common/debug_view.hpp"
+#include "common/fill_contours.hpp"
 #include "common/para.hpp"
 
 namespace imgtarn::cad_overlay {
@@ -52,7 +53,7 @@ std::optional<BlobSplit> ContourSplit(const cv::Mat& image, const SplitParams& p
 
   contours = KeepDominantContours(std::move(contours));
   cv::Mat filled = cv::Mat::zeros(image.size(), CV_8UC1);
-  cv::drawContours(filled, contours, -1, cv::Scalar(255), cv::FILLED, cv::LINE_8);
+  FillContoursAtOnce(filled, contours, cv::Scalar(255));
   if (params.debug) debug_view::Show("matFillContours", filled);
 
   BlobSplit split;

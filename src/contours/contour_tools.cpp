@@ -4,6 +4,7 @@
 #include <climits>
 #include <opencv2/imgproc.hpp>
 
+#include "common/fill_contours.hpp"
 #include "common/para.hpp"
 
 namespace imgtarn::contours {
@@ -73,17 +74,12 @@ void DrawContourAlone(cv::Mat& image, const Contour& contour, const cv::Scalar& 
 void FillBlobWithHoles(cv::Mat& image, const std::vector<Contour>& all,
                        const std::vector<cv::Vec4i>& hierarchy, int outer,
                        const cv::Scalar& colour) {
-  // The blob first, then its holes in the order of their sibling chain, linked as in `all`.
+  // Headers over the blob's outline and its holes (the children's sibling chain), filled as
+  // one edge list: the holes stay empty.
   std::vector<cv::Mat> blob{cv::Mat(all[outer])};
-  std::vector<cv::Vec4i> links{{-1, -1, -1, -1}};
-  for (int hole = hierarchy[outer][2]; hole >= 0; hole = hierarchy[hole][0]) {
-    const int at = static_cast<int>(blob.size());
-    links[0][2] = 1;
-    if (at > 1) links[at - 1][0] = at;
-    links.push_back({-1, at > 1 ? at - 1 : -1, -1, 0});
+  for (int hole = hierarchy[outer][2]; hole >= 0; hole = hierarchy[hole][0])
     blob.emplace_back(all[hole]);
-  }
-  cv::drawContours(image, blob, 0, colour, cv::FILLED, cv::LINE_8, links, 1);
+  FillContoursAtOnce(image, blob, colour);
 }
 
 BoxMask DrawInBox(const Contour& contour, int thickness) {

@@ -42,11 +42,12 @@ std::vector<int> RasterOrder(const std::vector<Contour>& contours);
 
 // Draws one contour of a list, as cv::drawContours(image, list, index, ...) does. OpenCV
 // prepares a header for every contour of the list it is handed, so drawing a long list one
-// index at a time costs the list's length per call; these hand it only what is drawn.
+// index at a time costs the list's length per call; this hands it only what is drawn.
 void DrawContourAlone(cv::Mat& image, const Contour& contour, const cv::Scalar& colour,
                       int thickness);
 // Fills the outer contour `outer` of a two-level hierarchy (cv::RETR_CCOMP) with its holes
-// left empty, as cv::drawContours(image, all, outer, colour, FILLED, LINE_8, hierarchy, 1).
+// left empty, as cv::drawContours(image, all, outer, colour, FILLED, LINE_8, hierarchy, 1),
+// in time linear in the blob's holes.
 void FillBlobWithHoles(cv::Mat& image, const std::vector<Contour>& all,
                        const std::vector<cv::Vec4i>& hierarchy, int outer,
                        const cv::Scalar& colour);

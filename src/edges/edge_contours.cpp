@@ -2,6 +2,8 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "common/fill_contours.hpp"
+
 namespace imgtarn::edges {
 
 namespace {
@@ -32,7 +34,7 @@ std::vector<Contour> FindClosedContours(const cv::Mat& edges, int minArea) {
 
 void FillContoursInto(const std::vector<Contour>& contours, cv::Mat& mask) {
   mask.setTo(0);
-  if (!contours.empty()) cv::drawContours(mask, contours, -1, cv::Scalar(255), cv::FILLED);
+  if (!contours.empty()) FillContoursAtOnce(mask, contours, cv::Scalar(255));
 }
 
 }  // namespace imgtarn::edges
