@@ -303,7 +303,7 @@ TEST_P(DrawOracle, DrawingAloneOrByFillPolyMatchesDrawingFromTheWholeList) {
   const cv::Mat binary = OracleBinary(GetParam());
   std::vector<Contour> all;
   std::vector<cv::Vec4i> hierarchy;
-  cv::findContours(binary.clone(), all, hierarchy, cv::RETR_CCOMP, cv::CHAIN_APPROX_NONE);
+  FindTwoLevelContoursLiteral(binary, all, hierarchy);
   ASSERT_GT(all.size(), 2000u);
   cv::Mat reference[4], fast[4];
   for (int k = 0; k < 4; ++k) {
@@ -332,6 +332,49 @@ TEST_P(DrawOracle, DrawingAloneOrByFillPolyMatchesDrawingFromTheWholeList) {
 
 INSTANTIATE_TEST_SUITE_P(ContourTools, DrawOracle, ::testing::Bool(),
                          [](const auto& info) { return info.param ? "Checkerboard" : "Noise"; });
+
+// Oracle: the linear two-level listing against OpenCV's own, on random planes of four kinds
+// (thresholded noise, smooth blobs, checkerboards of 1 to 3 pixel cells, drawn rings) and a
+// checkerboard with tens of thousands of holes: same contours, same order, same links.
+cv::Mat RandomBinary(int seed) {
+  cv::RNG rng(seed);
+  cv::Mat plane(rng.uniform(1, 60), rng.uniform(1, 80), CV_8UC1, cv::Scalar(0));
+  switch (seed % 4) {
+    case 0:
+      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
+      break;
+    case 1:
+      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
+      cv::GaussianBlur(plane, plane, cv::Size(5, 5), 0);
+      break;
+    case 2: {
+      const int cell = rng.uniform(1, 4);
+      for (int y = 0; y < plane.rows; ++y)
+        for (int x = 0; x < plane.cols; ++x)
+          plane.at<unsigned char>(y, x) = (x / cell + y / cell) % 2 ? 255 : 0;
+      break;
+    }
+    default:
+      for (int i = 0; i < 8; ++i)
+        cv::circle(plane, {rng.uniform(0, plane.cols), rng.uniform(0, plane.rows)},
+                   rng.uniform(1, 20), cv::Scalar(255), rng.uniform(1, 3));
+  }
+  cv::threshold(plane, plane, rng.uniform(60, 200), 255, cv::THRESH_BINARY);
+  return plane;
+}
+
+TEST(ContourTools, TwoLevelListingMatchesOpenCVs) {
+  std::vector<cv::Mat> planes = {OracleBinary(true), OracleBinary(false)};
+  for (int seed = 0; seed < 300; ++seed) planes.push_back(RandomBinary(seed));
+  for (size_t i = 0; i < planes.size(); ++i) {
+    std::vector<Contour> literal, fast;
+    std::vector<cv::Vec4i> literalLinks, fastLinks;
+    FindTwoLevelContoursLiteral(planes[i], literal, literalLinks);
+    FindTwoLevelContours(planes[i], fast, fastLinks);
+    EXPECT_TRUE(fast == literal) << i;  // (a mismatch would print thousands of contours)
+    EXPECT_TRUE(fastLinks == literalLinks) << i;
+  }
+}
 
 // Every operation refuses a null plane, a null para and a zero, negative or NaN area, and
 // opens a window only when the debug switch at para[4] asks for one.

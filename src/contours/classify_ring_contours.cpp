@@ -60,7 +60,7 @@ Classified ClassifyBlobs(const cv::Mat& binary, const RingParams& params) {
   std::vector<Contour> all;
   std::vector<cv::Vec4i> hierarchy;
   // Two levels: outer contours and the holes inside them (an island in a hole is an outer).
-  cv::findContours(binary, all, hierarchy, cv::RETR_CCOMP, cv::CHAIN_APPROX_NONE);
+  FindTwoLevelContours(binary, all, hierarchy);
   Classified result;
   result.ringMask = cv::Mat::zeros(binary.size(), CV_8UC1);
   result.solidMask = cv::Mat::zeros(binary.size(), CV_8UC1);
