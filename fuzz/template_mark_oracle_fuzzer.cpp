@@ -7,24 +7,25 @@
 #include "fuzz_support.hpp"
 #include "template_mark/template_mark.hpp"
 
-namespace tm = imgtarn::template_mark;
+namespace mark = imgtarn::template_mark;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
-  const tm::MarkKind kind = data.ConsumeBool() ? tm::MarkKind::kCross : tm::MarkKind::kRectangle;
+  const mark::MarkKind kind =
+      data.ConsumeBool() ? mark::MarkKind::kCross : mark::MarkKind::kRectangle;
   const float w = static_cast<float>(data.ConsumeIntegralInRange<int>(1, 64));
   const float h = static_cast<float>(data.ConsumeIntegralInRange<int>(1, 64));
   cv::Mat grey(data.ConsumeIntegralInRange<int>(1, 96), data.ConsumeIntegralInRange<int>(1, 96),
                CV_8UC1);
   for (auto it = grey.begin<unsigned char>(); it != grey.end<unsigned char>(); ++it)
     *it = data.ConsumeIntegral<unsigned char>();
-  for (int level = 0; level < tm::LadderLevels(kind); ++level) {
-    const cv::Mat binary = tm::LadderLevelImage(grey, level, kind);
-    tm::PolygonList literal;
+  for (int level = 0; level < mark::LadderLevels(kind); ++level) {
+    const cv::Mat binary = mark::LadderLevelImage(grey, level, kind);
+    mark::PolygonList literal;
     cv::findContours(binary.clone(), literal, cv::RETR_LIST, cv::CHAIN_APPROX_SIMPLE);
-    tm::PolygonList fast = literal, literalRaw, fastRaw;
-    tm::FilterMarkPolygonsLiteral(binary, literal, w, h, kind, literalRaw);
-    tm::FilterMarkPolygons(binary, fast, w, h, kind, fastRaw);
+    mark::PolygonList fast = literal, literalRaw, fastRaw;
+    mark::FilterMarkPolygonsLiteral(binary, literal, w, h, kind, literalRaw);
+    mark::FilterMarkPolygons(binary, fast, w, h, kind, fastRaw);
     if (fast != literal || fastRaw != literalRaw) std::abort();
   }
   return 0;
