@@ -114,10 +114,13 @@ std::vector<const Operation*> Selected(const Options& options) {
   return selected;
 }
 
-std::string Goal(const Operation& op) {
+// The goal with its note, and `extra` appended to the note.
+std::string Goal(const Operation& op, const std::string& extra = "") {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f", op.goal);
-  return op.goalNote.empty() ? text : std::string(text) + " (" + op.goalNote + ")";
+  const std::string note =
+      op.goalNote.empty() || extra.empty() ? op.goalNote + extra : op.goalNote + "; " + extra;
+  return note.empty() ? text : std::string(text) + " (" + note + ")";
 }
 
 void PrintHeader(const char* title, const std::vector<cv::Size>& sizes) {
@@ -149,13 +152,25 @@ Times TimeAll(const std::vector<const Operation*>& ops, const std::vector<cv::Si
 
 Scene OwnBoard(const Operation& op, cv::Size size) { return BoardScene(size, op.feature); }
 
+// The exponent of an operation's OpenCV routine alone on the same boards, for its goal note.
+std::string ReferenceNote(const Operation& op, const std::vector<cv::Size>& sides) {
+  if (!op.reference) return "";
+  std::vector<double> times;
+  for (const cv::Size& size : sides) times.push_back(BestSeconds(op.reference(OwnBoard(op, size))));
+  char note[128];
+  std::snprintf(note, sizeof note, "%s alone: %.2f", op.referenceName.c_str(),
+                Exponent(sides, times));
+  return note;
+}
+
 void RunScaling(const Options& options, std::vector<std::string>& lines) {
   const auto ops = Selected(options);
   const Times times = TimeAll(ops, options.sides, OwnBoard, "noisy board");
   char line[512];
   for (const Operation* op : ops) {
+    const std::string goal = Goal(*op, ReferenceNote(*op, options.sides));
     std::snprintf(line, sizeof line, "%s exponent=%.2f goal=%s", op->name.c_str(),
-                  Exponent(options.sides, times.at(op->name)), Goal(*op).c_str());
+                  Exponent(options.sides, times.at(op->name)), goal.c_str());
     lines.push_back(line);
   }
 }

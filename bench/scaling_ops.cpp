@@ -15,6 +15,10 @@ namespace {
 constexpr double kLinear = 1.15;
 constexpr float kThreshold = 128;  // pads and marks are foreground, the noisy ground is not
 constexpr int kCapacity = 64;
+// The disc template of the circle-mark searches (side 2r + 2) and the lead template.
+const cv::Size kDiscTemplate(2 * static_cast<int>(kCircleRadius) + 2,
+                             2 * static_cast<int>(kCircleRadius) + 2);
+const cv::Size kLeadTemplate(40, 50);
 
 ImgTarn_IF& Library() {
   static ImgTarn_IF* object = ImgTarn_IFCreate();
@@ -114,7 +118,7 @@ Call MarkSearch(const Scene& s, cv::Size2f half,
 
 Call Lead(const Scene& s, bool measure) {
   auto b = Take(s);
-  const cv::Size templSize(40, 50);
+  const cv::Size templSize = kLeadTemplate;
   const cv::Mat clean = CleanBoard(b->plane.size(), Feature::kLead);
   const cv::Rect box(b->w / 2 - templSize.width / 2, b->h / 2 - templSize.height / 2,
                      templSize.width, templSize.height);
@@ -432,7 +436,42 @@ Call InvertPlane(const Scene& s) {
 
 Operation Op(std::string name, Feature feature, std::function<Call(const Scene&)> prepare,
              std::string note = "", double goal = kLinear) {
-  return {std::move(name), feature, goal, std::move(note), std::move(prepare)};
+  return {std::move(name), feature, goal, std::move(note), std::move(prepare), "", nullptr};
+}
+
+Operation WithReference(Operation op, std::string name,
+                        std::function<Call(const Scene&)> reference) {
+  op.referenceName = std::move(name);
+  op.reference = std::move(reference);
+  return op;
+}
+
+// ---- the OpenCV routines that carry the work, alone ----
+
+// cv::HoughCircles on the plane smoothed 3 x 3, as slots 3 to 5 call it.
+std::function<Call(const Scene&)> HoughAlone(double param1, int tolerance) {
+  return [param1, tolerance](const Scene& s) {
+    auto b = Take(s);
+    cv::GaussianBlur(b->plane, b->plane, cv::Size(3, 3), 0);
+    const int r = static_cast<int>(s.circleRadius);
+    return Stateless([b, param1, r, tolerance] {
+      std::vector<cv::Vec3f> circles;
+      cv::HoughCircles(b->plane, circles, cv::HOUGH_GRADIENT, 1.0, 1.0, param1, 15.0, r - tolerance,
+                       r + tolerance);
+    });
+  };
+}
+
+// cv::matchTemplate (normalised correlation coefficient) of a template of the given size.
+std::function<Call(const Scene&)> MatchAlone(cv::Size templateSize) {
+  return [templateSize](const Scene& s) {
+    auto b = Take(s);
+    const cv::Mat templ = b->plane(cv::Rect(cv::Point(0, 0), templateSize)).clone();
+    return Stateless([b, templ] {
+      cv::Mat scores;
+      cv::matchTemplate(b->plane, templ, scores, cv::TM_CCOEFF_NORMED);
+    });
+  };
 }
 
 }  // namespace
@@ -440,26 +479,39 @@ Operation Op(std::string name, Feature feature, std::function<Call(const Scene&)
 const std::vector<Operation>& Operations() {
   using F = Feature;
   static const std::vector<Operation> operations = {
-      Op("slot3_DetectCirclesSmoothed", F::kCircle, DetectCirclesSmoothed,
-         "OpenCV's Hough accumulator"),
-      Op("slot4_DetectCirclesFromText", F::kCircle, DetectCirclesFromText,
-         "OpenCV's Hough accumulator"),
-      Op("slot5_DetectCirclesPlain", F::kCircle, DetectCirclesPlain, "OpenCV's Hough accumulator"),
+      WithReference(Op("slot3_DetectCirclesSmoothed", F::kCircle, DetectCirclesSmoothed,
+                       "OpenCV's Hough accumulator"),
+                    "cv::HoughCircles", HoughAlone(60, 5)),
+      WithReference(Op("slot4_DetectCirclesFromText", F::kCircle, DetectCirclesFromText,
+                       "OpenCV's Hough accumulator"),
+                    "cv::HoughCircles", HoughAlone(60, 2)),
+      WithReference(Op("slot5_DetectCirclesPlain", F::kCircle, DetectCirclesPlain,
+                       "OpenCV's Hough accumulator"),
+                    "cv::HoughCircles", HoughAlone(60, 2)),
       Op("slot6_DrawContoursAllExternal", F::kPads, DrawContoursAllExternal),
       Op("slot7_ClassifyRingContours", F::kPads, ClassifyRingContours),
       Op("slot8_MorphBoundingRects", F::kPads, MorphBoundingRects),
       Op("slot9_SegmentByMoments", F::kPads, SegmentByMoments),
-      Op("slot10_LocateCircleMarkQuick", F::kCircle,
-         [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMarkQuick); }),
-      Op("slot11_LocateCircleMark", F::kCircle,
-         [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMark); }),
-      Op("slot12_LocateCircleMarkRoi", F::kCircle,
-         [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMarkRoi); }),
-      Op("slot13_CutLeadRois", F::kLead, [](const Scene& s) { return Lead(s, false); }),
+      WithReference(
+          Op("slot10_LocateCircleMarkQuick", F::kCircle,
+             [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMarkQuick); }),
+          "cv::matchTemplate", MatchAlone(kDiscTemplate)),
+      WithReference(Op("slot11_LocateCircleMark", F::kCircle,
+                       [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMark); }),
+                    "cv::matchTemplate", MatchAlone(kDiscTemplate)),
+      WithReference(
+          Op("slot12_LocateCircleMarkRoi", F::kCircle,
+             [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMarkRoi); }),
+          "cv::matchTemplate", MatchAlone(kDiscTemplate)),
+      WithReference(
+          Op("slot13_CutLeadRois", F::kLead, [](const Scene& s) { return Lead(s, false); }),
+          "cv::matchTemplate", MatchAlone(kLeadTemplate)),
       Op("slot14_LocateCrossMark", F::kCross,
          [](const Scene& s) { return MarkSearch(s, s.crossHalf, &ImgTarn_IF::LocateCrossMark); }),
       Op("slot15_ApproxContoursDemo", F::kPads, ApproxContoursDemo),
-      Op("slot16_MeasureLeadRoi", F::kLead, [](const Scene& s) { return Lead(s, true); }),
+      WithReference(
+          Op("slot16_MeasureLeadRoi", F::kLead, [](const Scene& s) { return Lead(s, true); }),
+          "cv::matchTemplate", MatchAlone(kLeadTemplate)),
       Op("slot17_AdjustCircleEdges", F::kCircle, AdjustCircleEdges),
       Op("slot18_LocateRectangleMark", F::kRectangle,
          [](const Scene& s) {

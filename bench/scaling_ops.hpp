@@ -24,6 +24,10 @@ struct Operation {
   double goal;           // exponent goal on the noisy board
   std::string goalNote;  // where the algorithm ties the cost to more than the pixels
   std::function<Call(const Scene&)> prepare;
+  // The OpenCV routine that carries most of the work, timed alone on the same planes, so the
+  // report shows how much of the growth is OpenCV's own (empty: none).
+  std::string referenceName;
+  std::function<Call(const Scene&)> reference;
 };
 
 const std::vector<Operation>& Operations();
