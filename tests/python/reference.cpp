@@ -1,0 +1,164 @@
+// The typed API's own answers on the bundled samples, for the Python tests: each case is the
+// call of the same name in test_module.py, made here from C++ and written as JSON.
+// Usage: python_reference SAMPLES_DIR OUT.json
+#include <imgtarn/vision.hpp>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace imgtarn;
+
+std::string samples;
+
+// The samples as the Python tests read them: LoadImage, and its first channel for grey.
+cv::Mat Colour(const std::string& file) { return LoadImage(samples + "/" + file); }
+cv::Mat Grey(const std::string& file) {
+  cv::Mat grey;
+  cv::extractChannel(Colour(file), grey, 0);
+  return grey;
+}
+
+// Field names and nesting as the module's to_dict() gives them.
+void Write(cv::FileStorage& out, const CircleMarkResult& r) {
+  out << "{"
+      << "found" << r.found << "centre" << r.centre << "radius" << r.radius << "}";
+}
+void Write(cv::FileStorage& out, const CircleEdgeResult& r) {
+  out << "{"
+      << "found" << r.found << "centre" << r.centre << "semi_axes" << r.semiAxes << "angle"
+      << r.angle << "}";
+}
+void Write(cv::FileStorage& out, const BoxMarkResult& r) {
+  out << "{"
+      << "found" << r.found << "centre" << r.centre << "size" << r.size << "}";
+}
+void Write(cv::FileStorage& out, const EdgeResult& r) {
+  out << "{"
+      << "edges" << r.edges << "low_threshold" << r.lowThreshold << "high_threshold"
+      << r.highThreshold << "edge_pixels" << r.edgePixels << "contours" << r.contours << "}";
+}
+void Write(cv::FileStorage& out, const PadSplitResult& r) {
+  out << "{"
+      << "found" << r.found << "grid_rows" << r.gridRows << "grid_cols" << r.gridCols << "blobs"
+      << "[";
+  for (const PadBlob& blob : r.blobs) {
+    out << "{"
+        << "box" << blob.box << "pixels" << blob.pixels << "}";
+  }
+  out << "]"
+      << "}";
+}
+void Write(cv::FileStorage& out, const PadMatchResult& r) {
+  out << "{"
+      << "scores" << r.scores << "}";
+}
+void Write(cv::FileStorage& out, const OverlayResult& r) {
+  out << "{"
+      << "score" << r.score << "}";
+}
+void Write(cv::FileStorage& out, const FlatFieldCoefficients& r) {
+  out << "{"
+      << "offset" << r.offset << "gain" << r.gain << "}";
+}
+void Write(cv::FileStorage& out, const Rgb& r) {
+  out << "{"
+      << "red" << r.red << "green" << r.green << "blue" << r.blue << "}";
+}
+void Write(cv::FileStorage& out, const SortResult& r) {
+  out << "{"
+      << "values" << r.values << "permutation" << r.permutation << "}";
+}
+void Write(cv::FileStorage& out, const cv::Mat& image) { out << image; }
+
+template <typename Result>
+void Case(cv::FileStorage& out, const char* name, const Result& result) {
+  out << name;
+  Write(out, result);
+}
+
+void CircleCases(cv::FileStorage& out) {
+  Case(out, "circle_mark_full", LocateCircleMark(Grey("circle_inside.png"), {20.0f}));
+  Case(out, "circle_mark_quick",
+       LocateCircleMark(Grey("circle_border.png"), {20.0f, CircleMethod::Quick}));
+  Case(out, "circle_mark_two_scale",
+       LocateCircleMark(Grey("circle_noisy.png"), {20.0f, CircleMethod::TwoScale}));
+  Case(out, "hough_circle_tolerance", DetectHoughCircle(Grey("circle_noisy.png"), {20.0f, 2}));
+  Case(out, "hough_circle_threshold",
+       DetectHoughCircle(Grey("circle_border.png"), {20.0f, 5, 15.0}));
+  Case(out, "circle_edges",
+       RefineCircleEdges(Grey("circle_inside.png"), cv::Point2f(148, 113), {15.0f}));
+}
+
+void BoxAndEdgeCases(cv::FileStorage& out) {
+  BoxMarkOptions box;
+  box.size = cv::Size2f(60, 60);
+  Case(out, "cross_mark", LocateCrossMark(Grey("cross.png"), box));
+  box.size = cv::Size2f(80, 50);
+  Case(out, "rectangle_mark", LocateRectangleMark(Grey("rect.png"), box));
+  Case(out, "edges", DetectEdges(Grey("disc_clean.png")));
+  EdgeOptions fill;
+  fill.fill = true;
+  fill.minArea = 2000;
+  Case(out, "edges_filled", DetectEdges(Grey("pad_measured.png"), fill));
+}
+
+void PadCases(cv::FileStorage& out) {
+  PadSplitOptions grid;
+  grid.gridRows = 1;
+  grid.gridCols = 3;
+  const PadSplitResult split = SplitPads(Grey("pads.png"), grid);
+  Case(out, "split_pads", split);
+  PadSplitOptions dark;
+  dark.bright = false;
+  Case(out, "split_pads_dark", SplitPads(Grey("pads.png"), dark));
+  std::vector<cv::Mat> templates;
+  for (const PadBlob& blob : split.blobs) templates.push_back(blob.pixels);
+  Case(out, "match_pads", MatchPads(Grey("pads_scene.png"), templates));
+  Case(out, "score_overlay",
+       ScoreOverlay(Grey("pad_boundary.png"), Grey("pad_cad.png"), Grey("pad_measured.png")));
+}
+
+void BufferCases(cv::FileStorage& out, const cv::Mat& heights) {
+  FlatFieldOptions flat;
+  flat.window = 7;
+  flat.targetLow = 120;
+  const FlatFieldCoefficients coefficients =
+      CalibrateFlatField({Colour("flat_low.png"), Colour("flat_high.png")}, flat);
+  Case(out, "calibrate_flat_field", coefficients);
+  Case(out, "apply_flat_field", ApplyFlatField(Colour("flat_low.png"), coefficients));
+  Case(out, "fill_black_holes", FillBlackHoles(Colour("holes.png"), Rgb{180, 120, 60}));
+  Case(out, "dominant_levels", DominantLevels(Colour("holes.png")));
+  Case(out, "resize_colour",
+       Resize(Colour("holes.png"), cv::Size(200, 150), {Interpolation::Cubic}));
+  Case(out, "resize_grey", Resize(Grey("cross.png"), cv::Size(64, 48)));
+  MedianOptions median;
+  median.window = 5;
+  median.even = EvenRule::Lower;
+  Case(out, "median_filter", MedianFilter(heights, median));
+  median.limited = true;
+  median.lower = 0;
+  median.upper = 200;
+  Case(out, "median_filter_limited", MedianFilter(heights, median));
+  Case(out, "counting_sort", CountingSort({5, -2, 7, 5, 0, 7, 7, 1}, {true, 3}));
+  Case(out, "load_image", Colour("holes.png"));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  samples = argv[1];
+  cv::FileStorage out(argv[2], cv::FileStorage::WRITE | cv::FileStorage::FORMAT_JSON);
+  // Python reads float TIFF only through cv2, which the tests do not need: the input travels
+  // with the answers.
+  const cv::Mat heights = cv::imread(samples + "/heights.tiff", cv::IMREAD_UNCHANGED);
+  out << "heights" << heights;
+  CircleCases(out);
+  BoxAndEdgeCases(out);
+  PadCases(out);
+  BufferCases(out, heights);
+  return 0;
+}
