@@ -133,8 +133,14 @@ class ResultClass {
   }
 
   ResultClass& Field(const char* name, cv::Mat Result::*member, const char* doc) {
-    class_.def_property_readonly(
+    return Property(
         name, [member](const Result& result) { return ToArray(result.*member); }, doc);
+  }
+
+  // A field computed from the result, e.g. a name for an enum.
+  template <typename Getter>
+  ResultClass& Property(const char* name, Getter getter, const char* doc) {
+    class_.def_property_readonly(name, getter, doc);
     fields_->push_back(name);
     return *this;
   }
@@ -156,6 +162,7 @@ void BindFlatField(py::module_& module);
 void BindColourImages(py::module_& module);
 void BindHeightMaps(py::module_& module);
 void BindImageFiles(py::module_& module);
+void BindFiducials(py::module_& module);
 
 }  // namespace imgtarn::python
 

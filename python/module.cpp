@@ -16,6 +16,7 @@ PYBIND11_MODULE(imgtarn, module) {
   py::register_exception<cv::Exception>(module, "Error", PyExc_RuntimeError);
 
   using namespace imgtarn::python;
+  BindFiducials(module);
   BindCircleMarks(module);
   BindBoxMarks(module);
   BindEdges(module);

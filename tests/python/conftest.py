@@ -43,7 +43,7 @@ def as_array(node):
 
 def comparable(value):
     """A result in the form the reference is read into: dicts and lists of float32 numbers,
-    ints and (dtype, array) pairs."""
+    ints, strings and (dtype, array) pairs."""
     if hasattr(value, "to_dict"):
         value = value.to_dict()
     if isinstance(value, dict):
@@ -54,7 +54,7 @@ def comparable(value):
         return [str(value.dtype), value]
     if isinstance(value, (float, np.floating)):
         return np.float32(value)
-    return int(value)
+    return value if isinstance(value, str) else int(value)
 
 
 @pytest.fixture(scope="session")

@@ -71,12 +71,29 @@ void Write(cv::FileStorage& out, const SortResult& r) {
   out << "{"
       << "values" << r.values << "permutation" << r.permutation << "}";
 }
+void Write(cv::FileStorage& out, const FiducialResult& r) {
+  out << "{"
+      << "found" << r.found << "centre" << r.centre << "size" << r.size << "radius" << r.radius
+      << "score" << r.score << "stage" << FiducialStageName(r.stage) << "}";
+}
 void Write(cv::FileStorage& out, const cv::Mat& image) { out << image; }
 
 template <typename Result>
 void Case(cv::FileStorage& out, const char* name, const Result& result) {
   out << name;
   Write(out, result);
+}
+
+void FiducialCases(cv::FileStorage& out) {
+  Case(out, "fiducial_circle", LocateFiducial(Grey("circle_inside.png")));
+  FiducialOptions box;
+  box.shape = FiducialShape::Cross;
+  box.size = cv::Size2f(60, 60);
+  Case(out, "fiducial_cross", LocateFiducial(Grey("cross.png"), box));
+  box.shape = FiducialShape::Rectangle;
+  box.size = cv::Size2f(80, 50);
+  box.window = cv::Rect(100, 50, 150, 120);
+  Case(out, "fiducial_rectangle_window", LocateFiducial(Grey("rect.png"), box));
 }
 
 void CircleCases(cv::FileStorage& out) {
@@ -156,6 +173,7 @@ int main(int argc, char** argv) {
   // with the answers.
   const cv::Mat heights = cv::imread(samples + "/heights.tiff", cv::IMREAD_UNCHANGED);
   out << "heights" << heights;
+  FiducialCases(out);
   CircleCases(out);
   BoxAndEdgeCases(out);
   PadCases(out);

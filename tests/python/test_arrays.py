@@ -77,6 +77,7 @@ ERRORS = [
     (lambda: imgtarn.locate_circle_mark(np.broadcast_to(GREY[:1], (1 << 31, 50))), ValueError,
      "image: a side beyond"),
     (lambda: imgtarn.locate_circle_mark(GREY, method="fast"), ValueError, "method: expected"),
+    (lambda: imgtarn.locate_fiducial(GREY, shape="square"), ValueError, "shape: expected"),
     (lambda: imgtarn.resize(GREY, (9, 9), interpolation="area"), ValueError, "interpolation:"),
     (lambda: imgtarn.median_filter(GREY.astype(np.float32), even="middle"), ValueError, "even:"),
     # The typed API's own refusals.
@@ -126,6 +127,7 @@ ODD_ARRAYS = {
 
 # Every function with an array argument, each array given to all its array arguments.
 FUNCTIONS = {
+    "locate_fiducial": lambda a: imgtarn.locate_fiducial(a, radius=1),
     "locate_circle_mark": lambda a: imgtarn.locate_circle_mark(a, radius=1),
     "detect_hough_circle": lambda a: imgtarn.detect_hough_circle(a, radius=1),
     "refine_circle_edges": lambda a: imgtarn.refine_circle_edges(a, (0, 0), radius=1),

@@ -23,6 +23,11 @@ def flat_field(s):
 
 # The calls of the reference program's cases of the same name.
 CASES = {
+    "fiducial_circle": lambda s: imgtarn.locate_fiducial(s.grey("circle_inside.png")),
+    "fiducial_cross": lambda s: imgtarn.locate_fiducial(s.grey("cross.png"), shape="cross",
+                                                        size=(60, 60)),
+    "fiducial_rectangle_window": lambda s: imgtarn.locate_fiducial(
+        s.grey("rect.png"), shape="rectangle", size=(80, 50), window=(100, 50, 150, 120)),
     "circle_mark_full": lambda s: imgtarn.locate_circle_mark(s.grey("circle_inside.png"),
                                                              radius=20),
     "circle_mark_quick": lambda s: imgtarn.locate_circle_mark(s.grey("circle_border.png"),
@@ -110,3 +115,4 @@ def test_colour_round_trip_equals_cv2(extension, samples, tmp_path):
     loaded = imgtarn.load_image(path)
     np.testing.assert_array_equal(loaded, cv2.imread(str(path), cv2.IMREAD_COLOR))
     np.testing.assert_array_equal(loaded, image)
+
