@@ -1,6 +1,11 @@
-"""Each family on the samples gives the typed API's answer, from one thread or four, and
-images make the round trip through files."""
+"""Each family on the samples gives the typed API's answer, from one thread or four, images
+make the round trip through files, and the example inspects the samples."""
 import concurrent.futures
+import json
+import math
+import pathlib
+import subprocess
+import sys
 import threading
 import time
 
@@ -8,7 +13,7 @@ import numpy as np
 import pytest
 
 import imgtarn
-from conftest import comparable
+from conftest import ROOT, SAMPLES, comparable
 
 
 def pad_templates(s):
@@ -116,3 +121,14 @@ def test_colour_round_trip_equals_cv2(extension, samples, tmp_path):
     np.testing.assert_array_equal(loaded, cv2.imread(str(path), cv2.IMREAD_COLOR))
     np.testing.assert_array_equal(loaded, image)
 
+
+def test_example_gives_one_line_per_image_and_finds_the_mark():
+    run = subprocess.run([sys.executable, ROOT / "examples/inspect_folder.py", SAMPLES,
+                          "--radius", "20"], capture_output=True, text=True, check=True)
+    lines = [json.loads(line) for line in run.stdout.splitlines()]
+    images = sorted(p.name for p in SAMPLES.iterdir() if p.suffix in (".png", ".tiff"))
+    assert [pathlib.Path(line["image"]).name for line in lines] == images
+    truth = json.loads((SAMPLES / "ground_truth.json").read_text())["circle_inside"]
+    inside = lines[images.index("circle_inside.png")]
+    assert inside["found"]
+    assert math.dist(inside["centre"], (truth["x"], truth["y"])) < 0.5
