@@ -15,21 +15,14 @@ struct PixelKind {
   const char* shape;
 };
 
-PixelKind KindOf(Pixels pixels) {
-  switch (pixels) {
-    case Pixels::Grey:
-      return {CV_8U, true, false, "uint8", "H x W"};
-    case Pixels::Colour:
-      return {CV_8U, false, true, "uint8", "H x W x 3"};
-    case Pixels::GreyOrColour:
-      return {CV_8U, true, true, "uint8", "H x W or H x W x 3"};
-    case Pixels::Heights:
-      return {CV_32F, true, false, "float32", "H x W"};
-    case Pixels::Coefficients:
-      break;
-  }
-  return {CV_32F, false, true, "float32", "H x W x 3"};
-}
+// In the order of Pixels.
+constexpr PixelKind kKinds[] = {
+    {CV_8U, true, false, "uint8", "H x W"},
+    {CV_8U, false, true, "uint8", "H x W x 3"},
+    {CV_8U, true, true, "uint8", "H x W or H x W x 3"},
+    {CV_32F, true, false, "float32", "H x W"},
+    {CV_32F, false, true, "float32", "H x W x 3"},
+};
 
 bool HasDtype(const py::array& array, int depth) {
   return depth == CV_8U ? py::isinstance<py::array_t<std::uint8_t>>(array)
@@ -77,7 +70,7 @@ std::string TypeName(const py::handle& object) {
 
 MatArg ToMat(const py::handle& object, const std::string& argument, Pixels pixels,
              bool allowEmpty) {
-  const PixelKind kind = KindOf(pixels);
+  const PixelKind& kind = kKinds[static_cast<int>(pixels)];
   const std::string wanted = std::string("a ") + kind.dtype + " numpy array of " + kind.shape;
   if (!py::isinstance<py::array>(object)) {
     throw py::type_error(argument + ": expected " + wanted + ", got " + TypeName(object));
