@@ -1,5 +1,6 @@
 // Drawing results over the input picture: people would rather look than read.
 #include <cmath>
+#include <cstdio>
 #include <opencv2/imgproc.hpp>
 
 #include "cli.hpp"
@@ -64,6 +65,39 @@ void Label(cv::Mat& canvas, const std::string& text, cv::Point origin, const cv:
               Thickness(canvas) + 2, cv::LINE_AA);
   cv::putText(canvas, text, origin, cv::FONT_HERSHEY_SIMPLEX, scale, colour, Thickness(canvas),
               cv::LINE_AA);
+}
+
+void Caption(cv::Mat& canvas, const std::string& text) {
+  Label(canvas, text, {5, canvas.rows - 8}, kNote);
+}
+
+cv::Mat CircleMark(const cv::Mat& image, bool found, cv::Point2f centre, float radius) {
+  cv::Mat canvas = Canvas(image);
+  if (!found) {
+    Caption(canvas, "no mark found");
+    return canvas;
+  }
+  Circle(canvas, centre, radius, kFound);
+  CentreCross(canvas, centre, kFound);
+  char caption[64];
+  std::snprintf(caption, sizeof caption, "(%.1f, %.1f)", centre.x, centre.y);
+  Caption(canvas, caption);
+  return canvas;
+}
+
+cv::Mat BoxMark(const cv::Mat& image, bool found, cv::Point2f centre, cv::Size2f size) {
+  cv::Mat canvas = Canvas(image);
+  if (!found) {
+    Caption(canvas, "no mark found");
+    return canvas;
+  }
+  Box(canvas, cv::Rect2f(centre - cv::Point2f(size.width, size.height) * 0.5f, size), kFound);
+  CentreCross(canvas, centre, kFound);
+  char caption[80];
+  std::snprintf(caption, sizeof caption, "(%.1f, %.1f) %.0fx%.0f", centre.x, centre.y, size.width,
+                size.height);
+  Caption(canvas, caption);
+  return canvas;
 }
 
 }  // namespace imgtarn_cli::annotate

@@ -1,176 +1,128 @@
-// The shared part of the imgtarn tool: errors, option parsing, the library seen as a host sees
-// it, image loading and saving, annotation, and the table of subcommands.
+// The shared part of the imgtarn tool: exit statuses, the runner every image command goes
+// through, image files, drawing, the contract object and the families' registration.
 #ifndef IMGTARN_TOOLS_CLI_HPP
 #define IMGTARN_TOOLS_CLI_HPP
 
+#include <CLI/CLI.hpp>
+#include <array>
+#include <deque>
+#include <filesystem>
 #include <functional>
-#include <memory>
 #include <opencv2/core.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "imgtarn/imgtarn.hpp"
+#include "imgtarn/vision.hpp"
 #include "json.hpp"
 
 namespace imgtarn_cli {
 
-// Exit statuses of the tool.
-constexpr int kExitOk = 0;       // the operation ran; the JSON says what it found
-constexpr int kExitRefused = 1;  // the library refused the call or does not offer the operation
-constexpr int kExitUsage = 2;    // the command line or an input file is wrong, or the library
-                                 // raised an error; nothing was computed
+namespace fs = std::filesystem;
 
-// A problem the person at the terminal can fix; printed as one line, exit status 2.
+// Exit statuses of the tool.
+constexpr int kExitOk = 0;      // every image ran; each result says what was found
+constexpr int kExitFailed = 1;  // an image could not be read, or the operation refused or
+                                // failed on it; its result carries "error"
+constexpr int kExitUsage = 2;   // the command line cannot run; nothing ran
+
+// A command line that cannot run: one line on stderr, exit status 2.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 // ---------------------------------------------------------------------------------------------
-// Options
+// The runner
 
-struct OptionSpec {
-  std::string name;   // long name without the dashes, e.g. "radius"
-  std::string value;  // placeholder of the value ("PIXELS"); empty for a switch
-  std::string help;
-  std::string shortName = "";  // e.g. "o" for -o
+// What a command reads its images as.
+enum class Pixels {
+  Grey,     // CV_8UC1, the luminance of a colour file
+  Colour,   // CV_8UC3, blue, green, red
+  Heights,  // CV_32FC1, the samples of a one-channel file
 };
 
-// The parsed command line of one subcommand. Every getter names the option in its error.
-class Args {
- public:
-  Args(std::string command, const std::vector<OptionSpec>& specs,
-       const std::vector<std::string>& tokens);
-
-  const std::string& command() const { return command_; }
-  const std::vector<std::string>& positionals() const { return positionals_; }
-  // Exactly `count` positional arguments, described by `what` in the error.
-  void ExpectPositionals(std::size_t count, const std::string& what) const;
-
-  bool Has(const std::string& name) const;
-  bool Flag(const std::string& name) const { return Has(name); }
-  // Every value of an option that may be given more than once, in command-line order.
-  std::vector<std::string> All(const std::string& name) const;
-  std::string Text(const std::string& name, const std::string& fallback = "") const;
-  std::string RequiredText(const std::string& name) const;
-  double Number(const std::string& name, double fallback) const;
-  double RequiredNumber(const std::string& name) const;
-  int Integer(const std::string& name, int fallback) const;
-  // "WxH" with positive integers.
-  cv::Size RequiredSize(const std::string& name) const;
-  cv::Size SizeOr(const std::string& name, cv::Size fallback) const;
-
- private:
-  const std::string* Find(const std::string& name) const;
-  std::string command_;
-  std::vector<std::pair<std::string, std::string>> values_;
-  std::vector<std::string> positionals_;
+// A file the command writes per image. With several images the option names a folder, and
+// each image's file there takes the image's name with `extension` ("" for a folder of its own).
+struct Output {
+  std::string option;  // its name, for messages
+  std::string value;   // as given; empty when not asked for
+  std::string extension = ".png";
+  bool picture = true;  // an image file, whose extension must have a writer
 };
 
-double ParseNumber(const std::string& text, const std::string& what);
-int ParseInteger(const std::string& text, const std::string& what);
-cv::Size ParseSize(const std::string& text, const std::string& what);
-// "X,Y" with two numbers.
-cv::Point2f ParsePoint(const std::string& text, const std::string& what);
-// "R,G,B" with three levels 0..255.
-cv::Vec3i ParseColour(const std::string& text, const std::string& what);
+// One image of a run.
+struct Job {
+  fs::path path;
+  fs::path name;  // path under the folder it was found in; names its outputs in a batch
+  bool batch = false;
+  bool annotate = false;  // --annotate was given: draw `annotation`
+  cv::Mat image;          // as the command's Pixels ask
+  Json result;            // command, image, width, height, then the command's own fields
+  cv::Mat annotation;
+
+  // Where `output` goes for this image (folders on the way exist).
+  fs::path PathFor(const Output& output) const;
+  // Writes `picture` where `output` says, when it was asked for, and names the file in the
+  // result's "output".
+  void Write(const Output& output, const cv::Mat& picture);
+};
+
+// A subcommand that runs on image files: IMAGE... (files or folders), --recursive, --jobs,
+// and --annotate when the command draws.
+struct ImageCommand {
+  std::string name;  // as "command" prints it, e.g. "contours count"
+  Pixels pixels = Pixels::Grey;
+  CLI::App* app = nullptr;
+  std::function<void()> prepare;  // once before the images, e.g. reading a template
+  std::function<void(Job&)> run;  // per image; throws to fail that image
+  std::vector<std::string> images;
+  bool recursive = false;
+  unsigned jobs = 0;
+  bool debug = false;  // set through AddDebug; debug output runs one image at a time
+  std::deque<Output> outputs;
+  const Output* annotate = nullptr;
+};
+
+ImageCommand& AddImageCommand(CLI::App& parent, const std::string& name, const std::string& summary,
+                              Pixels pixels, bool annotates);
+// An output option of the command (-o, --out-dir).
+const Output& AddOutput(ImageCommand& command, const std::string& names, const std::string& help,
+                        bool required, Output shape = {});
+// --debug, bound to the operation's own switch.
+void AddDebug(ImageCommand& command, bool& target);
+// --size WxH and --centre X,Y style options.
+CLI::Option* AddSize(CLI::App* app, const std::string& name, cv::Size2f& target,
+                     const std::string& help);
+CLI::Option* AddPoint(CLI::App* app, const std::string& name, cv::Point2f& target,
+                      const std::string& help);
+
+// Runs a command that has no image list (overlay, sort, flatfield calibrate): prints its one
+// result, or its error in the result and on stderr (exit status 1).
+int RunOnce(const std::string& command, const std::function<void(Json&)>& body);
+
+// The exit status of the command that ran.
+int& ExitStatus();
 
 // ---------------------------------------------------------------------------------------------
-// The library, loaded and called as a host does: dlopen, the exported factory, raw table slots.
+// Files
 
-namespace slot {
-enum : int {
-  kHoughCircleDemo = 2,
-  kDetectCirclesSmoothed = 3,
-  kDetectCirclesFromText = 4,
-  kDetectCirclesPlain = 5,
-  kDrawContoursAllExternal = 6,
-  kClassifyRingContours = 7,
-  kMorphBoundingRects = 8,
-  kSegmentByMoments = 9,
-  kLocateCircleMarkQuick = 10,
-  kLocateCircleMark = 11,
-  kLocateCircleMarkRoi = 12,
-  kCutLeadRois = 13,
-  kLocateCrossMark = 14,
-  kApproxContoursDemo = 15,
-  kMeasureLeadRoi = 16,
-  kAdjustCircleEdges = 17,
-  kLocateRectangleMark = 18,
-  kCountContourPixels = 19,
-  kFollowCadOverlay = 20,
-  kMorphRing = 21,
-  kFillContours = 22,
-  kDetectEdgesCanny = 23,
-  kComputeFlatFieldCoefficients = 24,
-  kApplyGainOffset = 25,
-  kMatchPadTemplates = 26,
-  kSplitPadBlobs = 27,
-  kFindDominantLevels = 28,
-  kFillBlackHoles = 29,
-  kSlot30Dispatch = 30,
-  kLoadImagePlanes = 31,
-  kSaveImagePlanes = 32,
-  kResizePlanes = 33,
-  kDrawContourMask = 34,
-  kCountingSortValues = 35,
-};
-}  // namespace slot
-
-class Library {
- public:
-  // Loads `path`, or when it is empty the library beside the executable, then the one the
-  // system loader finds. Throws UsageError naming every place it tried.
-  explicit Library(const std::string& path);
-  ~Library();
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
-  const std::string& path() const { return path_; }
-
-  // Calls table entry `slot` of the ImgTarn_IF object, the object first, exactly as a compiled
-  // virtual call does. Pass floats as float and ints as int: the slot's own argument types.
-  template <typename R, typename... A>
-  R Call(int slot, A... args) {
-    void** table = *reinterpret_cast<void***>(object_);
-    auto function = reinterpret_cast<R (*)(void*, A...)>(table[slot]);
-    return function(object_, args...);
-  }
-
- private:
-  void* handle_ = nullptr;
-  void* object_ = nullptr;
-  int (*release_)(void*) = nullptr;
-  std::string path_;
-};
+cv::Mat LoadPixels(const fs::path& path, Pixels pixels);
+// Refuses an output path that cannot be written, before anything runs.
+void CheckOutputPath(const fs::path& path, bool picture, const std::string& option);
+void SavePicture(const fs::path& path, const cv::Mat& image);
 
 // ---------------------------------------------------------------------------------------------
-// Images
+// The binary contract, for the operations the typed API does not offer: one object from the
+// exported factory, shared (its operations keep no state).
 
-// Three planes of one colour image in the library's plane argument order.
-struct ColourPlanes {
-  int width = 0, height = 0;
-  std::vector<unsigned char> red, green, blue;
-  cv::Mat Bgr() const;   // an interleaved copy for drawing
-  cv::Mat Grey() const;  // luminance, one plane
-};
-
-// Reads an image file through the library's own loader (slot 31), after checking that the
-// file exists and is readable, so every failure has a message that names the file.
-ColourPlanes LoadColour(Library& lib, const std::string& path);
-// The grey plane of an image file (the luminance of a colour file).
-cv::Mat LoadGrey(Library& lib, const std::string& path);
-// Writes a colour image through the library (slot 32) and checks that the file appeared.
-void SaveColour(Library& lib, const std::string& path, const ColourPlanes& planes);
-// Writes a picture made by the tool (edges, blobs, annotations) with OpenCV.
-void SavePicture(const std::string& path, const cv::Mat& image);
-// Refuses an output path whose extension no image writer knows, before anything runs.
-void CheckImageOutputPath(const std::string& path, const std::string& option);
-// Throws UsageError when the file cannot be opened for reading.
-void CheckReadable(const std::string& path, const std::string& what);
+ImgTarn_IF& Contract();
+// Turns a refused call (status -1) into the image's error.
+void ExpectRan(int status);
 
 // ---------------------------------------------------------------------------------------------
-// Annotation: drawing results over a colour copy of the input.
+// Drawing results over a colour copy of the input.
 
 namespace annotate {
 cv::Mat Canvas(const cv::Mat& image);  // a BGR copy of a grey or colour image
@@ -179,48 +131,25 @@ void Circle(cv::Mat& canvas, cv::Point2f centre, float radius, const cv::Scalar&
 void Box(cv::Mat& canvas, const cv::Rect2f& box, const cv::Scalar& colour);
 void Ellipse(cv::Mat& canvas, const cv::RotatedRect& ellipse, const cv::Scalar& colour);
 void Label(cv::Mat& canvas, const std::string& text, cv::Point origin, const cv::Scalar& colour);
+void Caption(cv::Mat& canvas, const std::string& text);  // bottom left
+// A mark found (outline, centre cross, caption) or "no mark found".
+cv::Mat CircleMark(const cv::Mat& image, bool found, cv::Point2f centre, float radius);
+cv::Mat BoxMark(const cv::Mat& image, bool found, cv::Point2f centre, cv::Size2f size);
 const cv::Scalar kFound(0, 220, 0);       // green: what the operation reported
 const cv::Scalar kExpected(255, 160, 0);  // blue: ground truth, in the demo
 const cv::Scalar kNote(0, 200, 255);      // amber: scores and captions
 }  // namespace annotate
 
 // ---------------------------------------------------------------------------------------------
-// Subcommands
+// Families
 
-struct Context {
-  std::string libraryPath;  // --library, empty for the default search
-  Library& Lib();           // loaded on first use
-  std::unique_ptr<Library> library;
-};
-
-struct Command {
-  std::string name;
-  std::string summary;
-  std::string usage;  // positional part of the synopsis
-  std::vector<OptionSpec> options;
-  std::function<int(Context&, const Args&)> run;
-  std::string details = "";  // extra paragraph for --help
-};
-
-// Every family registers its commands here.
-std::vector<Command> MarkCommands();
-std::vector<Command> LeadCommands();
-std::vector<Command> EdgeCommands();
-std::vector<Command> PadCommands();
-std::vector<Command> BufferCommands();
-std::vector<Command> ContourCommands();
-std::vector<Command> DemoCommands();
-const std::vector<Command>& AllCommands();
-
-// Options every command accepts.
-std::vector<OptionSpec> CommonOptions();
-OptionSpec AnnotateOption();
-OptionSpec DebugOption();
-
-// Prints the one JSON result object on stdout.
-void PrintResult(const json::Value& result);
-// Reports a -1 status: a message on stderr and the JSON, exit status 1.
-int ReportRefused(json::Value result, const std::string& why);
+void AddMarkCommands(CLI::App& app);
+void AddLeadCommands(CLI::App& app);
+void AddEdgeCommands(CLI::App& app);
+void AddPadCommands(CLI::App& app);
+void AddBufferCommands(CLI::App& app);
+void AddContourCommands(CLI::App& app);
+void AddDemoCommand(CLI::App& app);
 
 }  // namespace imgtarn_cli
 

@@ -1,75 +1,38 @@
-// Edges: canny (slot 23), the detector that picks its own thresholds.
-#include <cmath>
-#include <limits>
-#include <opencv2/imgproc.hpp>
+// Edges: canny, the detector that picks its own thresholds.
+#include <memory>
 
 #include "cli.hpp"
 
 namespace imgtarn_cli {
 
-namespace {
-
-int RunCanny(Context& context, const Args& args) {
-  args.ExpectPositionals(1, "IMAGE");
-  std::string outPath = args.Text("output");
-  if (!outPath.empty()) CheckImageOutputPath(outPath, "-o");
-  if (args.Has("annotate")) CheckImageOutputPath(args.Text("annotate"), "--annotate");
-  const std::string& path = args.positionals()[0];
-  cv::Mat grey = LoadGrey(context.Lib(), path);
-  bool fill = args.Flag("fill");
-  int minArea = args.Integer("min-area", 0);
-  if (minArea < 0) throw UsageError("--min-area must be 0 or more");
-  float para[5] = {static_cast<float>(grey.cols), static_cast<float>(grey.rows), fill ? 1.0f : 0.0f,
-                   args.Flag("debug") ? 1.0f : 0.0f, static_cast<float>(minArea)};
-  cv::Mat edges(grey.size(), CV_8UC1, cv::Scalar(0));
-  const float unwritten = std::numeric_limits<float>::quiet_NaN();
-  float out[4] = {unwritten, unwritten, unwritten, unwritten};
-  int status = context.Lib().Call<int>(slot::kDetectEdgesCanny, grey.data, para, edges.data, out);
-  json::Value result = json::Value::Object();
-  result.Set("command", "canny");
-  result.Set("image", path);
-  result.Set("width", grey.cols);
-  result.Set("height", grey.rows);
-  if (status == -1 || std::isnan(out[2])) {
-    return ReportRefused(result, "canny: slot 23 is not available in this library (status " +
-                                     std::to_string(status) + ")");
-  }
-  result.Set("status", status);
-  result.Set("low_threshold", out[0]);
-  result.Set("high_threshold", out[1]);
-  result.Set("edge_pixels", out[2]);
-  if (fill) {
-    result.Set("contours", out[3]);
-    result.Set("filled_pixels", cv::countNonZero(edges));
-  }
-  if (!outPath.empty()) {
-    SavePicture(outPath, edges);
-    result.Set("output", outPath);
-  }
-  if (args.Has("annotate")) {
-    cv::Mat canvas = annotate::Canvas(grey);
-    canvas.setTo(annotate::kFound, edges != 0);
-    SavePicture(args.Text("annotate"), canvas);
-  }
-  PrintResult(result);
-  return kExitOk;
-}
-
-}  // namespace
-
-std::vector<Command> EdgeCommands() {
-  return {
-      {"canny",
-       "edge map with thresholds taken from the image's own gradients (slot 23)",
-       "IMAGE",
-       {{"output", "FILE", "write the edge map (255 on edges) there", "o"},
-        {"fill", "", "instead of edges, fill the closed shapes they outline"},
-        {"min-area", "PIXELS", "with --fill: ignore shapes smaller than this (default 0)"},
-        AnnotateOption(),
-        DebugOption()},
-       RunCanny,
-       "JSON: low_threshold, high_threshold (the L1 gradient magnitudes chosen), edge_pixels;\n"
-       "with --fill also contours and filled_pixels."},
+void AddEdgeCommands(CLI::App& app) {
+  auto options = std::make_shared<imgtarn::EdgeOptions>();
+  ImageCommand& command =
+      AddImageCommand(app, "canny", "edge map with thresholds taken from the image's gradients",
+                      Pixels::Grey, true);
+  const Output& output =
+      AddOutput(command, "-o,--output", "write the edge map (255 on edges) there", false);
+  command.app->add_flag("--fill", options->fill,
+                        "instead of edges, fill the closed shapes they outline");
+  command.app
+      ->add_option("--min-area", options->minArea,
+                   "with --fill: leave out shapes smaller than this many pixels")
+      ->capture_default_str();
+  AddDebug(command, options->debug);
+  command.run = [options, &output](Job& job) {
+    const imgtarn::EdgeResult edges = imgtarn::DetectEdges(job.image, *options);
+    job.result["low_threshold"] = edges.lowThreshold;
+    job.result["high_threshold"] = edges.highThreshold;
+    job.result["edge_pixels"] = edges.edgePixels;
+    if (options->fill) {
+      job.result["contours"] = edges.contours;
+      job.result["filled_pixels"] = cv::countNonZero(edges.edges);
+    }
+    job.Write(output, edges.edges);
+    if (job.annotate) {
+      job.annotation = annotate::Canvas(job.image);
+      job.annotation.setTo(annotate::kFound, edges.edges != 0);
+    }
   };
 }
 
