@@ -135,6 +135,12 @@ INSTANTIATE_TEST_SUITE_P(
     Samples, Family,
     ::testing::Values(
         FamilyCase{{},
+                   {"fiducial", Sample("circle_border.png"), "--radius", "20"},
+                   {{"/x", 306, 0.1}, {"/y", 120, 0.1}, {"/radius", 20, 0.2}, {"/found", true}}},
+        FamilyCase{{},
+                   {"fiducial", Sample("rect.png"), "--shape", "rect", "--size", "80x50"},
+                   {{"/x", 169.5, 0.1}, {"/size/1", 50, 0.2}, {"/stage", "rectangle-mark"}}},
+        FamilyCase{{},
                    {"circle-mark", Sample("circle_inside.png"), "--radius", "20"},
                    {{"/x", 150, 2}, {"/y", 110, 2}, {"/radius", 20}}},
         FamilyCase{{},
@@ -292,7 +298,7 @@ TEST(CliDemo, PrintsTheTableWithEveryCheckWithinTolerance) {
   ASSERT_EQ(run.exit, 0) << run.err;
   EXPECT_EQ(run.out.rfind("operation", 0), 0u) << run.out;
   const Json rows = Json::parse(ReadFile(scratch("demo/results.json")));
-  EXPECT_GE(rows.size(), 18u);
+  EXPECT_GE(rows.size(), 23u);
   for (const Json& row : rows) EXPECT_EQ(row["verdict"], "ok") << row.dump();
   EXPECT_FALSE(cv::imread(scratch("demo/cross-mark_cross.png")).empty());
 }

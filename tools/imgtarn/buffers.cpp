@@ -42,6 +42,7 @@ void AddFillHoles(CLI::App& app) {
       ->add_option("--threads", options->threads,
                    "OpenCV worker threads (default 0: leave the setting alone)")
       ->capture_default_str();
+  command.prepare = [options, &command] { command.serial = options->threads > 0; };
   command.run = [colour, options, &output](Job& job) {
     const imgtarn::Rgb rgb{(*colour)[0], (*colour)[1], (*colour)[2]};
     const cv::Mat filled = imgtarn::FillBlackHoles(job.image, rgb, *options);

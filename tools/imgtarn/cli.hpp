@@ -80,7 +80,9 @@ struct ImageCommand {
   std::vector<std::string> images;
   bool recursive = false;
   unsigned jobs = 0;
-  bool debug = false;  // set through AddDebug; debug output runs one image at a time
+  // One image at a time: windows (HighGUI is not thread-safe), debug files and process-wide
+  // settings of concurrent calls would collide. --debug sets it.
+  bool serial = false;
   std::deque<Output> outputs;
   const Output* annotate = nullptr;
 };

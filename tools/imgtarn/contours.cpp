@@ -43,7 +43,13 @@ std::vector<float> Para(const Step& step, const cv::Mat& grey, float own, std::s
   return para;
 }
 
-int Listed(float count) { return std::min(static_cast<int>(count), kListed); }
+// Counts and pixel positions travel as floats; they print as the whole numbers they are.
+int Whole(float value) { return static_cast<int>(value); }
+std::vector<int> Wholes(const float* values, int count) {
+  return std::vector<int>(values, values + count);
+}
+
+int Listed(float count) { return std::min(Whole(count), kListed); }
 
 cv::Mat Grey(const cv::Mat& image) {
   if (image.channels() == 1) return image;
@@ -107,9 +113,9 @@ void AddCount(CLI::App& contours) {
     std::vector<float> out(2 + kListed);
     ExpectRan(Contract().CountContourPixels(job.image.data, para.data(), nullptr, out.data()));
     job.result["mode"] = *outline ? "outline" : "enclosed";
-    job.result["total_pixels"] = out[0];
-    job.result["contours"] = static_cast<int>(out[1]);
-    job.result["pixels"] = std::vector<float>(out.begin() + 2, out.begin() + 2 + Listed(out[1]));
+    job.result["total_pixels"] = Whole(out[0]);
+    job.result["contours"] = Whole(out[1]);
+    job.result["pixels"] = Wholes(&out[2], Listed(out[1]));
     float drawn = 0.0f;
     if (job.annotate) job.annotation = DrawOutlines(*step, job.image, 1, {0, 220, 0}, &drawn);
   };
@@ -118,7 +124,8 @@ void AddCount(CLI::App& contours) {
 Json Rects(const float* r, int count) {
   Json list = Json::array();
   for (int i = 0; i < count; ++i, r += 4) {
-    list.push_back({{"x", r[0]}, {"y", r[1]}, {"width", r[2]}, {"height", r[3]}});
+    list.push_back(
+        {{"x", Whole(r[0])}, {"y", Whole(r[1])}, {"width", Whole(r[2])}, {"height", Whole(r[3])}});
   }
   return list;
 }
@@ -136,7 +143,7 @@ void AddRects(CLI::App& contours) {
     para[5] = static_cast<float>((*radii)[1]);
     para[6] = kListed;
     ExpectRan(Contract().MorphBoundingRects(job.image.data, para.data()));
-    job.result["blobs"] = static_cast<int>(para[7]);
+    job.result["blobs"] = Whole(para[7]);
     job.result["rects"] = Rects(&para[8], Listed(para[7]));
     if (!job.annotate) return;
     job.annotation = annotate::Canvas(job.image);
@@ -157,8 +164,8 @@ void AddMaskStep(CLI::App& contours) {
     std::vector<float> para = Para(*step, job.image, static_cast<float>(*minPixels), 7);
     cv::Mat mask(job.image.size(), CV_8UC1, cv::Scalar(0));
     ExpectRan(Contract().DrawContourMask(mask.data, job.image.data, para.data()));
-    job.result["blobs"] = para[5];
-    job.result["mask_pixels"] = para[6];
+    job.result["blobs"] = Whole(para[5]);
+    job.result["mask_pixels"] = Whole(para[6]);
     job.Write(output, mask);
   };
 }
@@ -177,7 +184,7 @@ void AddOutline(CLI::App& contours) {
     float drawn = 0.0f;
     const cv::Mat picture =
         DrawOutlines(*step, job.image, static_cast<float>(*thickness), *colour, &drawn);
-    job.result["contours"] = drawn;
+    job.result["contours"] = Whole(drawn);
     job.Write(output, picture);
   };
 }
@@ -192,7 +199,7 @@ Json Entries(const std::vector<float>& list, float count, bool ring,
   Json entries = Json::array();
   for (int i = 0; i < Listed(count); ++i) {
     const float* e = &list[static_cast<std::size_t>(4 * i)];
-    entries.push_back({{"x", e[0]}, {"y", e[1]}, {"pixels", e[2]}});
+    entries.push_back({{"x", e[0]}, {"y", e[1]}, {"pixels", Whole(e[2])}});
     if (ring) entries.back()["hole"] = e[3];
     centres.emplace_back(e[0], e[1]);
   }
@@ -224,7 +231,7 @@ void AddRings(CLI::App& contours) {
     std::vector<cv::Point2f> centres;
     job.result["rings"] = Entries(rings, para[8], true, centres);
     job.result["solids"] = Entries(solids, para[9], false, centres);
-    job.result["multi_hole"] = para[10];
+    job.result["multi_hole"] = Whole(para[10]);
     job.Write(output, ringMask);
     if (job.annotate) job.annotation = Crosses(job.image, centres);
   };
@@ -244,12 +251,12 @@ void AddMoments(CLI::App& contours) {
     cv::Mat labels(job.image.size(), CV_8UC1, cv::Scalar(0));
     ExpectRan(Contract().SegmentByMoments(job.image.data, region->For(job, "--region"), para.data(),
                                           labels.data, out.data()));
-    job.result["blobs"] = static_cast<int>(out[0]);
+    job.result["blobs"] = Whole(out[0]);
     Json list = Json::array();
     std::vector<cv::Point2f> centres;
     for (int i = 0; i < Listed(out[0]); ++i) {
       const float* b = &out[static_cast<std::size_t>(1 + 3 * i)];
-      list.push_back({{"area", b[0]}, {"x", b[1]}, {"y", b[2]}});
+      list.push_back({{"area", Whole(b[0])}, {"x", b[1]}, {"y", b[2]}});
       centres.emplace_back(b[1], b[2]);
     }
     job.result["list"] = list;
@@ -270,8 +277,8 @@ void AddPolygons(CLI::App& contours) {
     std::vector<float> out(1 + kListed);
     cv::Mat drawing(job.image.size(), CV_8UC1, cv::Scalar(0));
     ExpectRan(Contract().ApproxContoursDemo(job.image.data, para.data(), drawing.data, out.data()));
-    job.result["contours"] = static_cast<int>(out[0]);
-    job.result["vertices"] = std::vector<float>(out.begin() + 1, out.begin() + 1 + Listed(out[0]));
+    job.result["contours"] = Whole(out[0]);
+    job.result["vertices"] = Wholes(&out[1], Listed(out[0]));
     job.Write(output, drawing);
     if (job.annotate) job.annotation = Highlight(job.image, drawing);
   };
@@ -297,12 +304,12 @@ void AddRing(CLI::App& contours) {
             : Contract().MorphRing(ring.data, nullptr, nullptr, para.data(), 0, job.image.data));
     job.result["mode"] = between ? "between" : "band";
     if (between) {
-      job.result["ring_pixels"] = para[5];
-      job.result["pieces"] = para[6];
+      job.result["ring_pixels"] = Whole(para[5]);
+      job.result["pieces"] = Whole(para[6]);
     } else {
-      job.result["band_pixels"] = para[5];
-      job.result["outer_pixels"] = para[6];
-      job.result["inner_pixels"] = para[7];
+      job.result["band_pixels"] = Whole(para[5]);
+      job.result["outer_pixels"] = Whole(para[6]);
+      job.result["inner_pixels"] = Whole(para[7]);
     }
     job.Write(output, ring);
     if (job.annotate) job.annotation = Highlight(job.image, ring);
@@ -357,8 +364,8 @@ void AddFill(CLI::App& contours) {
     std::vector<int> record = fill->record;
     ExpectRan(Contract().FillContours(target.data, para.data(), nullptr, record.data(),
                                       source->For(job, "--copy-from")));
-    job.result["polygons"] = para[5];
-    job.result["filled_pixels"] = para[6];
+    job.result["polygons"] = Whole(para[5]);
+    job.result["filled_pixels"] = Whole(para[6]);
     job.result["changed"] = cv::countNonZero(target != job.image);
     job.Write(output, target);
   };

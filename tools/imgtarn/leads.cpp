@@ -20,8 +20,12 @@ struct LeadInputs {
   bool debug = false;
 };
 
+// Whole pixels: the regions are cut at the matched box, whose corner is a whole pixel.
 Json Region(const float* r) {
-  return {{"x", r[0]}, {"y", r[1]}, {"width", r[2]}, {"height", r[3]}};
+  return {{"x", static_cast<int>(r[0])},
+          {"y", static_cast<int>(r[1])},
+          {"width", static_cast<int>(r[2])},
+          {"height", static_cast<int>(r[3])}};
 }
 
 Json Judgement(float bits) {

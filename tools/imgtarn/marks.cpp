@@ -1,6 +1,7 @@
-// Fiducial marks: circle-mark, hough-circles, circle-edges, hough-demo, cross-mark and
-// rect-mark.
+// Fiducial marks: fiducial, circle-mark, hough-circles, circle-edges, hough-demo, cross-mark
+// and rect-mark.
 #include <cstdlib>
+#include <map>
 #include <memory>
 
 #include "cli.hpp"
@@ -106,6 +107,7 @@ void AddHoughDemo(CLI::App& app) {
   ImageCommand& command = AddImageCommand(
       app, "hough-demo", "show a picture's Sobel edges and every Hough circle in windows",
       Pixels::Grey, false);
+  command.serial = true;
   command.run = [](Job& job) {
     std::string path = job.path.string();
     ExpectRan(Contract().HoughCircleDemo(reinterpret_cast<unsigned char*>(path.data())));
@@ -137,9 +139,51 @@ void AddBoxMark(CLI::App& app, const std::string& name, const std::string& summa
   };
 }
 
+// The library's best answer for one mark: centre, measured size, score and the search that
+// proposed it.
+void AddFiducial(CLI::App& app) {
+  auto options = std::make_shared<imgtarn::FiducialOptions>();
+  ImageCommand& command = AddImageCommand(
+      app, "fiducial", "locate one mark of known shape and size to a fraction of a pixel",
+      Pixels::Grey, true);
+  const std::map<std::string, imgtarn::FiducialShape> shapes = {
+      {"circle", imgtarn::FiducialShape::Circle},
+      {"cross", imgtarn::FiducialShape::Cross},
+      {"rect", imgtarn::FiducialShape::Rectangle}};
+  command.app->add_option("--shape", options->shape, "circle, cross or rect (default circle)")
+      ->transform(CLI::CheckedTransformer(shapes));
+  command.app->add_option("--radius", options->radius, "circle: nominal radius in pixels")
+      ->capture_default_str();
+  AddSize(command.app, "--size", options->size, "cross, rect: full nominal size (default 40x40)");
+  command.app
+      ->add_option_function<std::array<int, 4>>(
+          "--window",
+          [options](const std::array<int, 4>& w) {
+            options->window = {w[0], w[1], w[2], w[3]};
+          },
+          "search only there (default: everywhere)")
+      ->delimiter(',')
+      ->type_name("X,Y,W,H");
+  command.run = [options](Job& job) {
+    const imgtarn::FiducialResult mark = imgtarn::LocateFiducial(job.image, *options);
+    const bool circle = options->shape == imgtarn::FiducialShape::Circle;
+    job.result["found"] = mark.found;
+    job.result["x"] = mark.centre.x;
+    job.result["y"] = mark.centre.y;
+    job.result["size"] = Pair(mark.size.width, mark.size.height);
+    if (circle) job.result["radius"] = mark.radius;
+    job.result["score"] = mark.score;
+    job.result["stage"] = imgtarn::FiducialStageName(mark.stage);
+    if (!job.annotate) return;
+    job.annotation = circle ? annotate::CircleMark(job.image, mark.found, mark.centre, mark.radius)
+                            : annotate::BoxMark(job.image, mark.found, mark.centre, mark.size);
+  };
+}
+
 }  // namespace
 
 void AddMarkCommands(CLI::App& app) {
+  AddFiducial(app);
   AddCircleMark(app);
   AddHoughCircles(app);
   AddCircleEdges(app);

@@ -184,8 +184,7 @@ class Report {
 };
 
 unsigned Threads(const ImageCommand& command, std::size_t images) {
-  // Debug windows and files of concurrent calls would interleave.
-  if (command.debug) return 1;
+  if (command.serial) return 1;
   unsigned threads = command.jobs > 0 ? command.jobs : std::thread::hardware_concurrency();
   return static_cast<unsigned>(std::clamp<std::size_t>(threads, 1, images));
 }
@@ -255,35 +254,29 @@ const Output& AddOutput(ImageCommand& command, const std::string& names, const s
 
 void AddDebug(ImageCommand& command, bool& target) {
   command.app->add_flag_callback(
-      "--debug", [&command, &target] { command.debug = target = true; },
+      "--debug", [&command, &target] { command.serial = target = true; },
       "switch on the operation's own debug windows and files (files go to the current "
       "folder); images then run one at a time");
 }
 
+// Two numbers in one argument, "60x40" or "12.5,30".
+template <typename Pair>
+CLI::Option* AddPair(CLI::App* app, const std::string& name, Pair& target, char delimiter,
+                     const std::string& typeName, const std::string& help) {
+  auto set = [&target](const std::array<float, 2>& v) { target = Pair(v[0], v[1]); };
+  return app->add_option_function<std::array<float, 2>>(name, set, help)
+      ->delimiter(delimiter)
+      ->type_name(typeName);
+}
+
 CLI::Option* AddSize(CLI::App* app, const std::string& name, cv::Size2f& target,
                      const std::string& help) {
-  return app
-      ->add_option_function<std::array<float, 2>>(
-          name,
-          [&target](const std::array<float, 2>& v) {
-            target = {v[0], v[1]};
-          },
-          help)
-      ->delimiter('x')
-      ->type_name("WxH");
+  return AddPair(app, name, target, 'x', "WxH", help);
 }
 
 CLI::Option* AddPoint(CLI::App* app, const std::string& name, cv::Point2f& target,
                       const std::string& help) {
-  return app
-      ->add_option_function<std::array<float, 2>>(
-          name,
-          [&target](const std::array<float, 2>& v) {
-            target = {v[0], v[1]};
-          },
-          help)
-      ->delimiter(',')
-      ->type_name("X,Y");
+  return AddPair(app, name, target, ',', "X,Y", help);
 }
 
 int RunOnce(const std::string& command, const std::function<void(Json&)>& body) {
