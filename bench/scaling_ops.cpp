@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <string>
@@ -462,6 +463,28 @@ std::function<Call(const Scene&)> HoughAlone(double param1, int tolerance) {
   };
 }
 
+// cv::HoughCircles on the Canny edges of the smoothed plane, as the edge stage of slots 11 and
+// 12 calls it (one pass of up to seven).
+Call EdgeHoughAlone(const Scene& s) {
+  auto b = Take(s);
+  cv::GaussianBlur(b->plane, b->plane, cv::Size(3, 3), 0);
+  cv::Canny(b->plane, b->plane, 120, 255, 3, false);
+  const int r = static_cast<int>(s.circleRadius);
+  return Stateless([b, r] {
+    std::vector<cv::Vec3f> circles;
+    cv::HoughCircles(b->plane, circles, cv::HOUGH_GRADIENT, 1.0, 1.0, 120, 15.0, r - 2, r + 2);
+  });
+}
+
+// memcpy of `bytes` bytes per pixel: the memory traffic alone of a streaming operation.
+std::function<Call(const Scene&)> CopyAlone(size_t bytes) {
+  return [bytes](const Scene& s) {
+    const size_t n = bytes * s.plane.total();
+    auto from = std::make_shared<Bytes>(n, 1), to = std::make_shared<Bytes>(n);
+    return Stateless([from, to] { std::memcpy(to->data(), from->data(), from->size()); });
+  };
+}
+
 // cv::matchTemplate (normalised correlation coefficient) of a template of the given size.
 std::function<Call(const Scene&)> MatchAlone(cv::Size templateSize) {
   return [templateSize](const Scene& s) {
@@ -498,11 +521,11 @@ const std::vector<Operation>& Operations() {
           "cv::matchTemplate", MatchAlone(kDiscTemplate)),
       WithReference(Op("slot11_LocateCircleMark", F::kCircle,
                        [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMark); }),
-                    "cv::matchTemplate", MatchAlone(kDiscTemplate)),
+                    "cv::HoughCircles on edges", EdgeHoughAlone),
       WithReference(
           Op("slot12_LocateCircleMarkRoi", F::kCircle,
              [](const Scene& s) { return CircleMark(s, &ImgTarn_IF::LocateCircleMarkRoi); }),
-          "cv::matchTemplate", MatchAlone(kDiscTemplate)),
+          "cv::HoughCircles on edges", EdgeHoughAlone),
       WithReference(
           Op("slot13_CutLeadRois", F::kLead, [](const Scene& s) { return Lead(s, false); }),
           "cv::matchTemplate", MatchAlone(kLeadTemplate)),
@@ -522,9 +545,13 @@ const std::vector<Operation>& Operations() {
       Op("slot21_MorphRing", F::kPads, MorphRing),
       Op("slot22_FillContours", F::kPads, FillContours),
       Op("slot23_DetectEdgesCanny", F::kPads, DetectEdgesCanny),
-      Op("slot24_ComputeFlatFieldCoefficients", F::kPads, FlatField,
-         "per-sample cost grows with the window, k = 15"),
-      Op("slot25_ApplyGainOffset", F::kPads, GainOffset),
+      // Six images in, six float planes out: 30 bytes of traffic per pixel.
+      WithReference(Op("slot24_ComputeFlatFieldCoefficients", F::kPads, FlatField,
+                       "per-sample cost grows with the window, k = 15"),
+                    "memcpy of 15 bytes a pixel", CopyAlone(15)),
+      // Per sample of three planes: one byte and two floats in, one byte out.
+      WithReference(Op("slot25_ApplyGainOffset", F::kPads, GainOffset),
+                    "memcpy of 15 bytes a pixel", CopyAlone(15)),
       Op("slot26_MatchPadTemplates", F::kPads, MatchPadTemplates,
          "cost is templates x pixels, 4 templates"),
       Op("slot27_SplitPadBlobs", F::kPads, SplitPadBlobs),
@@ -537,7 +564,8 @@ const std::vector<Operation>& Operations() {
       Op("slot34_DrawContourMask", F::kPads, DrawContourMask),
       Op("slot35_CountingSortValues", F::kPads, CountingSort,
          "cost is n plus the value range, 0..255 here"),
-      Op("n0_InvertPlane", F::kPads, InvertPlane),
+      WithReference(Op("n0_InvertPlane", F::kPads, InvertPlane), "memcpy of 1 byte a pixel",
+                    CopyAlone(1)),
   };
   return operations;
 }
