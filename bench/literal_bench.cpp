@@ -82,10 +82,10 @@ float* FlatFieldPara(int window) {
 void FlatFieldOurs(benchmark::State& state, int window) {
   std::vector<unsigned char> stack = CalibrationStack();
   std::vector<float> table(6 * kSide * kSide);
-  int a5 = 0;
+  int cleared = 0;
   for (auto _ : state) {
     Library().ComputeFlatFieldCoefficients(stack.data(), FlatFieldPara(window), 0, table.data(),
-                                           &a5);
+                                           &cleared);
     benchmark::DoNotOptimize(table.data());
   }
 }

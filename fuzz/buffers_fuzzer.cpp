@@ -23,8 +23,8 @@ void FlatField(FuzzedDataProvider& data, void* object) {
   const long long samples = size.samples;
   std::vector<unsigned char> stack = fuzz::Bytes(data, 6 * AsInt(para[1]) * samples);
   std::vector<float> coefficients(static_cast<std::size_t>(6 * samples));
-  int a5 = 7;
-  CallSlot<int>(object, 24, fuzz::Ptr(stack), para, 0, fuzz::Ptr(coefficients), &a5);
+  int cleared = 7;
+  CallSlot<int>(object, 24, fuzz::Ptr(stack), para, 0, fuzz::Ptr(coefficients), &cleared);
 }
 
 void GainOffset(FuzzedDataProvider& data, void* object) {

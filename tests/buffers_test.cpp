@@ -489,7 +489,7 @@ float OracleFiltered(const cv::Mat& img, int y, int x, const FlatFieldParams& p,
   for (int wy = std::max(y - half, 0); wy <= std::min(y + half, img.rows - 1); ++wy) {
     for (int wx = std::max(x - half, 0); wx <= std::min(x + half, img.cols - 1); ++wx) {
       const float s = img.at<unsigned char>(wy, wx);
-      if (s > mean * p.acceptLow && s < mean * p.acceptHigh) sum += (int)s, ++count;
+      if (s > mean * p.acceptLow && s < mean * p.acceptHigh) sum += static_cast<int>(s), ++count;
     }
   }
   if (count < p.minCount) return float(int(mean) & 255);
@@ -542,8 +542,7 @@ std::vector<float> Coefficients(const Bytes& stack, int w, int h, float k, float
   float para[10] = {0, 1, float(w), float(h), k, 10, fLo, 128, 250, 1};
   std::vector<float> table(6 * w * h, -3);
   int a5 = 7;
-  ComputeFlatFieldCoefficients(const_cast<unsigned char*>(stack.data()), para, 0, table.data(),
-                               &a5);
+  ComputeFlatFieldCoefficients(const_cast<unsigned char*>(stack.data()), para, table.data(), &a5);
   EXPECT_EQ(a5, 0);
   return table;
 }

@@ -42,10 +42,8 @@ bool Contains(const std::vector<std::string>& titles, const std::string& title) 
   return std::find(titles.begin(), titles.end(), title) != titles.end();
 }
 
-using MarkSlot = int (*)(unsigned char*, float*, void*, float*);
-int RoiSlot(unsigned char* plane, float* para, void*, float* result) {
-  return cm::LocateCircleMarkRoi(plane, para, result);
-}
+using MarkSlot = int (*)(unsigned char*, float*, float*);
+constexpr MarkSlot RoiSlot = cm::LocateCircleMarkRoi;
 
 struct Found {
   int status;
@@ -60,7 +58,7 @@ Found RunMark(MarkSlot slot, const cv::Mat& plane, float radius, int debug = 0) 
   float result[3] = {-1, -1, -1};
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
-  const int status = slot(plane.data, para.data(), nullptr, result);
+  const int status = slot(plane.data, para.data(), result);
   return {status, cv::Point2f(result[0], result[1]), result[2], sink.Titles(), sink.Files()};
 }
 
@@ -241,8 +239,8 @@ std::vector<AccuracyCase> AccuracyCases() {
   return cases;
 }
 
-std::string CaseName(const ::testing::TestParamInfo<AccuracyCase>& info) {
-  const AccuracyCase& c = info.param;
+std::string CaseName(const ::testing::TestParamInfo<AccuracyCase>& row) {
+  const AccuracyCase& c = row.param;
   const char* slot = c.slot == cm::LocateCircleMark ? "Full" : c.slot == RoiSlot ? "Roi" : "Quick";
   const char* sides[] = {"Inside", "Right", "Left", "Bottom", "Top"};
   return std::string(slot) + "R" + std::to_string(static_cast<int>(c.radius)) +
@@ -351,15 +349,15 @@ TEST_P(MarkRefusal, NullPlaneZeroAreaUnusableRadiiAndNoDiscGiveMinusOneAndZeros)
   const cv::Mat plane = DiscPlane(cv::Size(60, 50), cv::Point2f(30, 25), 10.0f);
   std::vector<float> para = {60, 50, 10, 0, 0};
   float result[3] = {7, 7, 7};
-  EXPECT_EQ(slot(nullptr, para.data(), nullptr, result), -1);
+  EXPECT_EQ(slot(nullptr, para.data(), result), -1);
   EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
   para[0] = 0.0f;
-  EXPECT_EQ(slot(plane.data, para.data(), nullptr, result), -1);
+  EXPECT_EQ(slot(plane.data, para.data(), result), -1);
   para[0] = 60.0f;
   for (float radius : {0.0f, -4.0f, 25.0f, 1e12f, std::numeric_limits<float>::quiet_NaN()}) {
     para[2] = radius;
     result[0] = result[1] = 7;
-    EXPECT_EQ(slot(plane.data, para.data(), nullptr, result), -1) << radius;
+    EXPECT_EQ(slot(plane.data, para.data(), result), -1) << radius;
     EXPECT_EQ(cv::Point2f(result[0], result[1]), cv::Point2f(0, 0)) << radius;
   }
   const Found none =
@@ -391,7 +389,7 @@ TEST(DirectHough, TextThresholdBelowOneReadsAsFifteenAndTheWindowIsAlwaysShown) 
     std::string threshold = param1;
     char* texts[4] = {width, height, radius, threshold.data()};
     std::vector<float> result(3, -1.0f);
-    EXPECT_EQ(cm::DetectCirclesFromText(plane.data, texts, nullptr, result.data()), 0);
+    EXPECT_EQ(cm::DetectCirclesFromText(plane.data, texts, result.data()), 0);
     return result;
   };
   const std::vector<float> fifteen = run("15");
@@ -413,9 +411,9 @@ TEST(DirectHough, RefusalClearsTheResultOfSlot4AndLeavesSlot5Alone) {
   EXPECT_EQ(result[0], 7.0f);
   char zero[] = "0", ten[] = "10", radius[] = "3", threshold[] = "15";
   char* texts[4] = {zero, ten, radius, threshold};
-  EXPECT_EQ(cm::DetectCirclesFromText(&sample, texts, nullptr, result), -1);
+  EXPECT_EQ(cm::DetectCirclesFromText(&sample, texts, result), -1);
   EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
-  EXPECT_EQ(cm::DetectCirclesFromText(&sample, nullptr, nullptr, result), -1);
+  EXPECT_EQ(cm::DetectCirclesFromText(&sample, nullptr, result), -1);
 }
 
 TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsWithDebug) {
@@ -450,19 +448,19 @@ TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipseAndRefusesTooFewEdgePoints) {
   cv::ellipse(ellipse, cv::Point(60, 50), cv::Size(30, 20), 0, 0, 360, cv::Scalar(210), -1,
               cv::LINE_AA);
   float guess[5] = {120, 100, 60.0f, 50.0f, 25.0f};
-  ASSERT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, nullptr, result), 0);
+  ASSERT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), 0);
   EXPECT_NEAR(result[0], 60.0f, 0.3f);
   EXPECT_NEAR(result[1], 50.0f, 0.3f);
   EXPECT_NEAR(std::max(result[2], result[3]), 30.0f, 1.0f);
   EXPECT_NEAR(std::min(result[2], result[3]), 20.0f, 1.0f);
   cv::Mat flat(100, 120, CV_8UC1, cv::Scalar(80));
-  EXPECT_EQ(cm::AdjustCircleEdges(flat.data, guess, nullptr, result), -1);
+  EXPECT_EQ(cm::AdjustCircleEdges(flat.data, guess, result), -1);
   for (float radius : {0.0f, 121.0f, 1e30f}) {
     guess[4] = radius;
-    EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, nullptr, result), -1) << radius;
+    EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), -1) << radius;
   }
   guess[0] = 0.0f;
-  EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, nullptr, result), -1);
+  EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), -1);
 }
 
 TEST(HoughCircleDemo, ShowsBothViewsOfAReadableImage) {

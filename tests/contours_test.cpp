@@ -331,7 +331,7 @@ TEST_P(DrawOracle, DrawingAloneOrByFillPolyMatchesDrawingFromTheWholeList) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ContourTools, DrawOracle, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "Checkerboard" : "Noise"; });
+                         [](const auto& row) { return row.param ? "Checkerboard" : "Noise"; });
 
 // Oracle: the linear two-level listing against OpenCV's own, on random planes of four kinds
 // (thresholded noise, smooth blobs, checkerboards of 1 to 3 pixel cells, drawn rings) and a
@@ -437,7 +437,7 @@ TEST_P(ContourOperation, RefusesUnusableInputAndShowsAWindowOnlyWhenSwitchedOn) 
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, ContourOperation, ::testing::ValuesIn(kOperations),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
 }  // namespace imgtarn::contours

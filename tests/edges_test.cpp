@@ -206,9 +206,9 @@ INSTANTIATE_TEST_SUITE_P(
                                          cv::Size(18, 7), cv::Size(33, 4), cv::Size(34, 9),
                                          cv::Size(65, 31), cv::Size(101, 77), cv::Size(301, 299),
                                          cv::Size(1024, 80))),
-    [](const ::testing::TestParamInfo<OracleCase>& info) {
-      const cv::Size size = std::get<1>(info.param);
-      return KindName(std::get<0>(info.param)) + "_" + std::to_string(size.width) + "x" +
+    [](const ::testing::TestParamInfo<OracleCase>& row) {
+      const cv::Size size = std::get<1>(row.param);
+      return KindName(std::get<0>(row.param)) + "_" + std::to_string(size.width) + "x" +
              std::to_string(size.height);
     });
 
@@ -334,7 +334,7 @@ INSTANTIATE_TEST_SUITE_P(
         ThresholdCase{"SingleMagnitude", Histogram(0, 0, 0, {{300, 64}}), 300, 64, {0, 0}},
         ThresholdCase{
             "TwoMagnitudes", Histogram(0, 0, 0, {{300, 32}, {10, 32}}), 300, 64, {0, 10}}),
-    [](const ::testing::TestParamInfo<ThresholdCase>& info) { return info.param.name; });
+    [](const ::testing::TestParamInfo<ThresholdCase>& row) { return row.param.name; });
 
 // Planes whose strong pixels waiting for hysteresis outgrow the literal detector's initial
 // stack: columns 0, 255, 255, 255 repeated (every other column a maximum on every row, half
@@ -457,8 +457,8 @@ INSTANTIATE_TEST_SUITE_P(MinimumAreas, ContourStage,
                                            ContourCase{17, {true, true, true, false}},
                                            ContourCase{276, {false, true, true, false}},
                                            ContourCase{600, {false, false, false, false}}),
-                         [](const ::testing::TestParamInfo<ContourCase>& info) {
-                           return "MinArea" + std::to_string(info.param.minArea);
+                         [](const ::testing::TestParamInfo<ContourCase>& row) {
+                           return "MinArea" + std::to_string(row.param.minArea);
                          });
 
 TEST(DetectEdgesCanny, DebugShowsTheEdgeMapAndTheContourResult) {

@@ -108,9 +108,9 @@ INSTANTIATE_TEST_SUITE_P(
                  Covered(0, 0, 1),
                  kUnchecked,
                  {kAny, kAny, kAny, kAny, NAN}}),
-    [](const ::testing::TestParamInfo<StepCase>& info) {
+    [](const ::testing::TestParamInfo<StepCase>& row) {
       std::string name;
-      for (const char* p = info.param.why; *p != '\0'; ++p)
+      for (const char* p = row.param.why; *p != '\0'; ++p)
         if (std::isalnum(static_cast<unsigned char>(*p))) name += *p;
       return name;
     });

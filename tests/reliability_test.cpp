@@ -417,8 +417,8 @@ TEST_P(EveryOperation, LeavesItsInputsUnchanged) {
 
 INSTANTIATE_TEST_SUITE_P(Reliability, EveryOperation,
                          testing::Range<std::size_t>(0, Operations().size()),
-                         [](const testing::TestParamInfo<std::size_t>& info) {
-                           std::string name = Operations()[info.param].name;
+                         [](const testing::TestParamInfo<std::size_t>& row) {
+                           std::string name = Operations()[row.param].name;
                            for (char& c : name)
                              if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
                            return "Slot" + name;

@@ -288,9 +288,9 @@ INSTANTIATE_TEST_SUITE_P(TemplateMark, FilterOracleTest,
                                            OracleScene{"marks", MarkKind::kRectangle, 40, 24},
                                            OracleScene{"uniform", MarkKind::kCross, 30, 30},
                                            OracleScene{"uniform", MarkKind::kRectangle, 40, 24}),
-                         [](const auto& info) {
-                           return std::string(info.param.name) +
-                                  (info.param.kind == MarkKind::kCross ? "Cross" : "Rectangle");
+                         [](const auto& row) {
+                           return std::string(row.param.name) +
+                                  (row.param.kind == MarkKind::kCross ? "Cross" : "Rectangle");
                          });
 
 // ---- MergeCandidates ----
@@ -386,7 +386,7 @@ INSTANTIATE_TEST_SUITE_P(
         // rise is taken at the border and the near side rebuilt from the far one.
         RefineCase{
             "GreyBoardMeetsAZeroBorder", {20, 10, 10, 10}, 10, {29.5f, 19.5f, 5.5f, 5.5f}, 90}),
-    [](const ::testing::TestParamInfo<RefineCase>& info) { return info.param.name; });
+    [](const ::testing::TestParamInfo<RefineCase>& row) { return row.param.name; });
 
 TEST(TemplateMark, RefineRefusesEmptyInputAndZeroesADegenerateBox) {
   cv::Mat grey(30, 30, CV_8UC1, cv::Scalar(90));

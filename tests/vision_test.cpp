@@ -547,8 +547,8 @@ TEST_P(TypedAgainstSlot, GivesTheSlotsNumbers) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, TypedAgainstSlot, ::testing::ValuesIn(Families()),
-                         [](const ::testing::TestParamInfo<FamilyCase>& info) {
-                           std::string name = info.param.name;
+                         [](const ::testing::TestParamInfo<FamilyCase>& row) {
+                           std::string name = row.param.name;
                            for (char& c : name)
                              if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
                            return name;
@@ -680,8 +680,8 @@ TEST_P(TypedRefusal, RaisesInvalidArgumentNamingTheArgument) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, TypedRefusal, ::testing::ValuesIn(Refusals()),
-                         [](const ::testing::TestParamInfo<RefusalCase>& info) {
-                           return info.param.name;
+                         [](const ::testing::TestParamInfo<RefusalCase>& row) {
+                           return row.param.name;
                          });
 
 // Views and odd shapes: an ROI is read as an image of its own, a 3-D matrix is refused.

@@ -54,16 +54,16 @@ class ImgTarn_IF {
   // Slot 0. Does nothing; returns 0.
   virtual int Initialize();
 
-  // Slot 1. a1: a host record; the library reads the pointer stored 8 bytes into it and
+  // Slot 1. record: a host record; the library reads the pointer stored 8 bytes into it and
   // returns the sum of the two unsigned bytes it points to (0 to 510). Nothing is checked.
   virtual int SumFirstTwoSamples(void* record);
 
   // Slot 2. Shows a test image's Sobel edges ("Sobel Edges") and its Hough circles ("Hough
-  //   Circles", every radius, drawn in colour). a1: zero-terminated path of the test image
+  //   Circles", every radius, drawn in colour). path: zero-terminated path of the test image
   //   (read as grey). Windows appear only when the process has a display; no key is waited for.
-  //   Returns -1 when a1 is null or the file cannot be read, else 0. Exceptions: none expected.
+  //   Returns -1 when path is null or the file cannot be read, else 0. Exceptions: none expected.
   //   Example: obj->HoughCircleDemo((unsigned char*)"board.bmp");
-  virtual int HoughCircleDemo(unsigned char* a1);
+  virtual int HoughCircleDemo(unsigned char* path);
 
   // Slot 3. Finds the one circle of a given radius by a single Hough search on the plane
   //   smoothed 3 x 3. plane: para[0] x para[1] grey samples (read only). paraCount: entries
@@ -124,9 +124,10 @@ class ImgTarn_IF {
   //
   // Slot 6. Outlines every blob's outer contour over one to three host planes (e.g. the
   // channels of a colour view); a plane's other samples are left as they were.
-  //   a1: source plane (read). a3: target plane (required); a4, a5: further targets or null.
+  //   source: source plane (read). target0: target plane (required); target1, target2: further
+  //   targets or null.
   //   para in: [3] outline thickness (clamped 1..255; it grows on both sides of the contour),
-  //     [5], [6], [7] levels drawn into a3, a4, a5 (clamped 0..255).
+  //     [5], [6], [7] levels drawn into target0, target1, target2 (clamped 0..255).
   //   para out: [8] number of outer contours.
   //   Example: float p[9] = {w, h, 0, 1, 0, 255, 0, 0};
   //            obj->DrawContoursAllExternal(mask, p, red, green, blue);  // red outlines
@@ -135,14 +136,14 @@ class ImgTarn_IF {
 
   // Slot 7. Sorts blobs into rings (exactly one hole, e.g. a via land) and solids (no hole).
   // Contour rules as for slot 6.
-  //   a6 (plane): source (read). a1: ring mask out (ring pixels 255, bores and the rest 0) or
-  //   null. a2: solid mask out, or null. a3: solid entries out, or null. a5: ring entries out,
-  //   or null. An entry is 4 floats: centre x, centre y (centroid of the enclosed pixels, so a
+  //   plane: source (read). ringMask: ring mask out (ring pixels 255, bores and the rest 0)
+  //   or null. solidMask: solid mask out, or null. solids: solid entries out, or null. rings:
+  //   ring entries out, or null. An entry is 4 floats: centre x, centre y (centroid of the enclosed pixels, so a
   //   ring's bore counts towards its centre), enclosed pixel count, background pixels
   //   enclosed (the hole area; 0 for a solid).
   //   para in: [3] minimum enclosed pixel count (smaller blobs are skipped), [5] minimum hole
   //     area (area of the hole's contour polygon; smaller holes are pin holes and ignored),
-  //     [6] capacity of a5 in entries, [7] capacity of a3 in entries.
+  //     [6] capacity of rings in entries, [7] capacity of solids in entries.
   //   para out: [8] rings, [9] solids, [10] blobs with two or more holes (in no list or mask).
   //   Example: float p[11] = {w, h, 128, 20, 0, 4, 8, 8}; float rings[32], solids[32];
   //            obj->ClassifyRingContours(nullptr, nullptr, solids, p, rings, plane);
@@ -151,7 +152,7 @@ class ImgTarn_IF {
 
   // Slot 8. Opens (drops specks) then closes (bridges hairline gaps) the foreground and
   // reports the bounding rectangles of the blobs left. Contour rules as for slot 6.
-  //   a1: source plane (read; the cleaning works on a copy).
+  //   source: source plane (read; the cleaning works on a copy).
   //   para in: [3] opening radius, [5] closing radius (0 skips the step), [6] capacity in
   //     rectangles. para must hold 8 + 4 x capacity floats.
   //   para out: [7] number of blobs; from [8], 4 floats per blob: x, y, width, height.
@@ -161,8 +162,8 @@ class ImgTarn_IF {
 
   // Slot 9. Segments blobs and measures each from its pixel moments. Contour rules as for
   // slot 6 (para is read only).
-  //   a1 (plane): source (read). a2: region mask (read; only where it is non-zero counts as
-  //   foreground, so blobs are cut at its edge) or null for the whole plane. a4: label plane
+  //   plane: source (read). regionMask: region mask (read; only where it is non-zero counts
+  //   as foreground, so blobs are cut at its edge) or null for the whole plane. labels: label plane
   //   out (blob k of the listing gets min(k, 255) on its own pixels, holes and the rest 0) or
   //   null.
   //   para in: [3] minimum area in pixels (smaller blobs are not listed), [5] capacity.
@@ -245,12 +246,13 @@ class ImgTarn_IF {
   // Slot 13. Finds a component lead by template matching (normalised correlation coefficient,
   // whole-pixel positions) and cuts the regions left and right of it, where solder bridges
   // and bent leads show.
-  //   a1: image plane, para[0] x para[1] (read). a2: lead template plane, para[2] x para[3]
-  //   (read; a grey sample of the lead with some board around it). a3: not read.
-  //   a4 (para) in: [0] width, [1] height, [2] template width, [3] template height, [4] debug
+  //   image: image plane, para[0] x para[1] (read). leadTemplate: lead template plane,
+  //   para[2] x para[3] (read; a grey sample of the lead with some board around it).
+  //   ignored: not read.
+  //   para in: [0] width, [1] height, [2] template width, [3] template height, [4] debug
   //     switch (non-zero: window "matLeadRois", 1 ms wait), [5] side region width in pixels,
   //     [6] minimum match score (-1..1; NaN finds nothing).
-  //   a4 out: [7] 1 when found, else 0; [8] best score; [9], [10] centre of the matched box
+  //   para out: [7] 1 when found, else 0; [8] best score; [9], [10] centre of the matched box
   //     (x + (template width - 1) / 2, likewise y); [11..14] left region x, y, width, height
   //     (the [5] columns before the box, rows of the box, clipped to the image: width 0 when
   //     the box touches the left edge); [15..18] right region likewise. [9..18] are 0 when
@@ -289,12 +291,12 @@ class ImgTarn_IF {
 
   // Slot 15. Approximates each blob's outer contour by a polygon (Douglas-Peucker); the
   // vertex counts tell triangles, rectangles and round shapes apart. Contour rules as for
-  // slot 6 (a2 is para, read only).
-  //   a1: source plane (read). a3: drawing out (cleared to 0, each closed polygon drawn 255
+  // slot 6 (para is read only).
+  //   source: source plane (read). drawing: drawing out (cleared to 0, each closed polygon drawn 255
   //   one pixel wide) or null.
-  //   a2 (para) in: [3] tolerance in pixels (negative or NaN: 0, which keeps every corner),
+  //   para in: [3] tolerance in pixels (negative or NaN: 0, which keeps every corner),
   //     [5] capacity.
-  //   a4 (result) out: [0] number of contours; from [1], one vertex count per contour.
+  //   result out: [0] number of contours; from [1], one vertex count per contour.
   //   Returns -1 also for a null result.
   //   Example: float p[6] = {w, h, 0, 2.0f, 0, 16}, r[17];
   //            obj->ApproxContoursDemo(plane, p, nullptr, r);  // r[1] = 4 for a rectangle
@@ -303,19 +305,26 @@ class ImgTarn_IF {
 
   // Slot 16. Finds the lead as slot 13 does, then judges its position error and the
   // brightness of the regions beside it.
-  //   a1: image plane (read). a2: lead template plane (read).
-  //   a3 (para, read only): [0..6] as for slot 13 (debug window "matLeadMeasure"),
+  //   image: image plane (read). leadTemplate: lead template plane (read).
+  //   para (read only): [0..6] as for slot 13 (debug window "matLeadMeasure"),
   //     [7], [8] expected lead centre x, y (same convention as slot 13's [9], [10]),
   //     [9] position tolerance in pixels per axis, [10] brightest acceptable mean grey of a
   //     side region.
-  //   a4 (result) out: [0] 1 when found, else 0; [1] score; [2], [3] centre; [4], [5] error
+  //   result out: [0] 1 when found, else 0; [1] score; [2], [3] centre; [4], [5] error
   //     (centre - expected); [6] mean grey of the matched box; [7], [8] mean grey of the left
-  //     and right regions (0 for a region cut away by the border); [9] judgement bits:
-  //     1 position beyond tolerance, 2 left region too bright, 4 right region too bright,
-  //     8 lead not found (then [2..8] are 0). A NaN limit fails its test.
+  //     and right regions (0 for a region cut away by the border); [9] judgement: the
+  //     LeadJudgement bits below, 0 for a good lead (kLeadNotFound alone when not found; then
+  //     [2..8] are 0). A NaN limit fails its test.
   //   Returns -1 as slot 13 does, also for a null result; else 0.
   //   Example: float p[11] = {w, h, tw, th, 0, 8, 0.7f, 64.5f, 40.5f, 1.5f, 120}, r[10];
-  //            obj->MeasureLeadRoi(image, leadTemplate, p, r);  // r[9] == 0: lead good
+  //            obj->MeasureLeadRoi(image, leadTemplate, p, r);
+  //            if (static_cast<int>(r[9]) & ImgTarn_IF::kLeftRegionTooBright) ...
+  enum LeadJudgement : int {
+    kLeadOffPosition = 1,      // the centre error exceeds the tolerance on an axis
+    kLeftRegionTooBright = 2,  // the left region's mean grey exceeds the limit
+    kRightRegionTooBright = 4,
+    kLeadNotFound = 8,
+  };
   virtual int MeasureLeadRoi(unsigned char* image, unsigned char* leadTemplate, float* para,
                              float* result);
 
@@ -323,14 +332,14 @@ class ImgTarn_IF {
   //   radial Sobel edge of the plane smoothed 3 x 3, weak rays (< 1/4 of the strongest)
   //   dropped, fitted with cv::fitEllipse. plane: para[0] x para[1] grey samples (read only).
   //   para (read only): [0] width, [1] height (truncated), [2] centre x, [3] centre y,
-  //   [4] radius r. a3: not read. result: [0] centre x, [1] centre y, [2] and [3] the two
+  //   [4] radius r. ignored: not read. result: [0] centre x, [1] centre y, [2] and [3] the two
   //   semi-axes (fitEllipse's box width / 2 and height / 2), [4] its angle in degrees.
   //   Returns -1 (result untouched) for a null plane, a non-positive width or height, r <= 0,
   //   r larger than the plane's longer side, or fewer than 5 edge points; else 0.
   //   Exceptions: cv::Exception from OpenCV only.
   //   Example: float para[5] = {200, 160, 70, 60, 20}, result[5];
   //            obj->AdjustCircleEdges(plane, para, nullptr, result);
-  virtual int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
+  virtual int AdjustCircleEdges(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 18. Locates one bright, axis-aligned rectangular fiducial of known nominal size.
   //   plane, ignored, para: as slot 14 ([2], [3] half the nominal width and height; [4] this
@@ -351,10 +360,10 @@ class ImgTarn_IF {
   virtual int LocateRectangleMark(unsigned char* plane, float* para, void* ignored, float* result);
 
   // Slot 19. Counts pixels per blob. Contour rules as for slot 6 (para is read only).
-  // Dispatch: a2[3] == 0.0 (so also -0.0) counts the pixels each outer contour encloses
+  // Dispatch: para[3] == 0.0 (so also -0.0) counts the pixels each outer contour encloses
   // (the blob with its holes filled); any other value, NaN included, counts the pixels on
-  // each outer contour (its one-pixel outline). Both receive (a1, a2, a4).
-  //   a1 (plane): source (read). a3: not read.
+  // each outer contour (its one-pixel outline). Both receive (plane, para, result).
+  //   plane: source (read). ignored: not read.
   //   para in: [3] selector (above), [5] capacity.
   //   result out: [0] total of all blobs' counts, [1] number of blobs; from [2], one count
   //     per blob. Returns -1 also for a null result.
@@ -392,36 +401,36 @@ class ImgTarn_IF {
                                float* score);
 
   // Slot 21. Ring-shaped regions by morphology. Contour rules as for slot 6; para[3] is the
-  // ring radius r. Dispatch: mode < 100 runs the band routine with (a3, a2, a1, a4, a6);
-  // mode >= 100 runs the between-masks routine with (a1, a2, a3, a4). The mode is not
+  // ring radius r. Dispatch: mode < 100 runs the band routine with (planeC, planeB, planeA,
+  // para, plane); mode >= 100 runs the between-masks routine with (planeA, planeB, planeC, para). The mode is not
   // passed on.
-  //   mode < 100, band around the blob edges of a6 (source plane, read): a1 band out
-  //     (required; dilated minus eroded), a2 outer ring out (dilated minus source) or null,
-  //     a3 inner ring out (source minus eroded) or null. Blob edges on the plane border get
+  //   mode < 100, band around the blob edges of plane (source, read): planeA band out
+  //     (required; dilated minus eroded), planeB outer ring out (dilated minus source) or null,
+  //     planeC inner ring out (source minus eroded) or null. Blob edges on the plane border get
   //     no ring. para out: [5] band, [6] outer ring, [7] inner ring pixel counts.
-  //   mode >= 100, ring between two masks (e.g. a pad and the paste printed on it): a1 outer
-  //     mask (read), a2 inner mask (read), a3 ring out (required; a1 foreground not covered
-  //     by a2, opened with the disc so slivers narrower than it vanish; r = 0 keeps all).
-  //     a6 is not read. para out: [5] ring pixel count, [6] number of ring pieces.
+  //   mode >= 100, ring between two masks (e.g. a pad and the paste printed on it): planeA
+  //     outer mask (read), planeB inner mask (read), planeC ring out (required; planeA
+  //     foreground not covered by planeB, opened with the disc so slivers narrower than it
+  //     vanish; r = 0 keeps all). plane is not read. para out: [5] ring pixel count, [6] number of ring pieces.
   //   Outputs are 255 inside, 0 outside. Returns -1 also for a missing required plane.
   //   Example: float p[8] = {w, h, 0, 2};
   //            obj->MorphRing(band, outerRing, innerRing, p, 0, padMask);
-  virtual int MorphRing(unsigned char* a1, unsigned char* a2, unsigned char* a3, float* para,
+  virtual int MorphRing(unsigned char* planeA, unsigned char* planeB, unsigned char* planeC, float* para,
                         int mode, unsigned char* plane);
 
   // Slot 22. Fills polygons given by the host into a plane, with a level or with the samples
   // of a source plane (cutting regions such as CAD pads out of an image).
-  //   a1: target plane (read and written; only pixels inside a polygon change).
-  //   a3: not read. a4: polygons as 32-bit integers: n, then per polygon k followed by k
+  //   target: target plane (read and written; only pixels inside a polygon change).
+  //   ignored: not read. contours: polygons as 32-bit integers: n, then per polygon k followed by k
   //   (x, y) pairs (pixel coordinates; parts outside the plane are clipped). Each polygon is
   //   filled on its own (boundary included), so overlaps stay filled.
-  //   a5: source plane (read) whose samples are copied inside the polygons, or null to fill
+  //   source: source plane (read) whose samples are copied inside the polygons, or null to fill
   //   with the level.
   //   para in: [0] width, [1] height, [2] fill level (clamped 0..255), [3] number of integers
-  //     in a4 (reads never go past it), [4] debug switch (window "matFilledContours").
+  //     in contours (reads never go past it), [4] debug switch (window "matFilledContours").
   //   para out: [5] polygons filled, [6] pixels inside them.
-  //   Returns -1, touching nothing, for a null target, para or a4, a size below 1, or a
-  //   malformed a4 (n < 0, k < 1, a record running past [3], a coordinate beyond +-2^24);
+  //   Returns -1, touching nothing, for a null target, para or contours, a size below 1, or
+  //   malformed contours (n < 0, k < 1, a record running past [3], a coordinate beyond +-2^24);
   //   else 0.
   //   Example: int poly[] = {1, 4, 0, 0, 9, 0, 9, 9, 0, 9}; float p[7] = {w, h, 255, 10};
   //            obj->FillContours(plane, p, nullptr, poly, nullptr);  // a 10 x 10 square
@@ -459,14 +468,14 @@ class ImgTarn_IF {
   //   notRead: ignored. coefficients (out, 6*W*H floats): 3*W*H offsets, then 3*W*H gains,
   //     planes 0, 1, 2 in turn. Every plane is corrected with the means of images 2 and 5
   //     and the target of image 2; where both levels filter equal, the first is nudged by
-  //     1e-5 (very large coefficients). a5 (out): set to 0 first.
-  //   Returns 0. An even k (0 and negatives included) returns at once with only a5 written; so
+  //     1e-5 (very large coefficients). cleared (out): set to 0 first.
+  //   Returns 0. An even k (0 and negatives included) returns at once with only cleared written; so
   //   do n < 1, W < 1 or H < 1. Negative odd k gives empty windows. A mean of 0 gives
   //   infinite or NaN coefficients. Pointers and buffer lengths are not checked.
-  //   Example: float p[10] = {0, 1, w, h, 3, 1.5f, 0.5f, 200, 250, 5}; int a5;
-  //            obj->ComputeFlatFieldCoefficients(stack, p, 0, table, &a5);  // table: 6*w*h
+  //   Example: float p[10] = {0, 1, w, h, 3, 1.5f, 0.5f, 200, 250, 5}; int cleared;
+  //            obj->ComputeFlatFieldCoefficients(stack, p, 0, table, &cleared);  // table: 6*w*h
   virtual int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int notRead,
-                                           float* coefficients, int* a5);
+                                           float* coefficients, int* cleared);
 
   // Slot 25. Per-sample gain and offset: dst[i] = low byte of trunc(src[i] * coefficients[count
   // + i] + coefficients[i]), in single precision, for i < count. No saturation: 256 gives 0,
@@ -549,17 +558,18 @@ class ImgTarn_IF {
                             unsigned char* blobPixels, int* blobRects);
 
   // Slot 28. Most frequent grey level of each of three planes, among levels 5..249 only.
-  //   a1, a2, a3 (in): width x height planes. levels (out, 3 bytes): the levels of a1, a2, a3;
+  //   plane0, plane1, plane2 (in): width x height planes. levels (out, 3 bytes): their levels;
   //     the lowest level wins a tie; a plane with no sample in 5..249 (or a width or height
   //     below 1) gives 0. Returns 0. Plane pointers are not checked.
   //   Example: unsigned char levels[3];
   //            obj->FindDominantLevels(r, g, b, w, h, levels);
-  virtual int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3, int width,
+  virtual int FindDominantLevels(unsigned char* plane0, unsigned char* plane1, unsigned char* plane2,
+                                 int width,
                                  int height, unsigned char* levels);
 
   // Slot 29. Paints the black pixels (R, G and B all <= 5) inside the area showing a
-  // reference colour with that colour, in place, then copies the planes to a5..a7.
-  //   r, g, b (in/out): width x height planes. a5, a6, a7 (out): receive r, g, b.
+  // reference colour with that colour, in place, then copies the planes to outR, outG, outB.
+  //   r, g, b (in/out): width x height planes. outR, outG, outB (out): receive r, g, b.
   //   para (in): [0] width, [1] height, [2..4] reference R, G, B (low byte of the truncated
   //     value), [5] worker threads: non-zero calls cv::setNumThreads (process-wide, stays in
   //     force), 0 leaves OpenCV's setting alone.
@@ -571,15 +581,16 @@ class ImgTarn_IF {
   //   Example: float p[6] = {w, h, 120, 80, 40, 0};
   //            obj->FillBlackHoles(r, g, b, p, outR, outG, outB);
   virtual int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* para,
-                             unsigned char* a5, unsigned char* a6, unsigned char* a7);
+                             unsigned char* outR, unsigned char* outG, unsigned char* outB);
 
-  // Slot 30. Dispatch on trunc(a3[0]): mode 0 runs the windowed median filter
-  // (described below); mode 1 returns at once touching nothing; any other mode returns -1.
-  // The status of modes 0 and 1 carries no meaning.
+  // Slot 30. Dispatch on trunc(para[0]), one of the HeightMapMode values: kMedianFilterMode
+  // runs the windowed median filter (described below); kNoOperationMode returns at once
+  // touching nothing; any other mode returns -1. The status of both modes carries no meaning.
+  enum HeightMapMode : int { kMedianFilterMode = 0, kNoOperationMode = 1 };
   // Mode 0, square-window median of a float plane (width x height floats, rows packed):
   //   heights (in/out): the plane; receives the medians. filtered (out): receives the plane
   //     as it was before the call.
-  //   para (in): [0] mode 0, [1] width, [2] height, [3] window k (reaches (k - 1) / 2 samples
+  //   para (in): [0] kMedianFilterMode, [1] width, [2] height, [3] window k (reaches (k - 1) / 2 samples
   //     each way, clipped at the borders; k < 0 leaves every window empty), [4] lower limit L,
   //     [5] upper limit U (both truncated), [6] even-count rule: within 0.001 of 0 the lower
   //     middle value, within 0.001 of 1 the upper one, else their mean, [7] limit switch:
@@ -595,39 +606,39 @@ class ImgTarn_IF {
 
   // Slot 31. Loads an image file into three planes that the library allocates with
   // operator new (release each with operator delete).
-  //   a1: path characters, not zero-terminated; a5[0] = their count (<= 0: empty path).
-  //   a2/a3/a4 receive channel 2 (red) / channel 1 (green) / channel 0 (blue); grey files give
-  //   three equal planes. a5[1] = width, a5[2] = height (written first; 0 when unreadable).
+  //   path: path characters, not zero-terminated; para[0] = their count (<= 0: empty path).
+  //   channel2/channel1/channel0 receive channel 2 (red) / 1 (green) / 0 (blue); grey files give
+  //   three equal planes. para[1] = width, para[2] = height (written first; 0 when unreadable).
   //   Returns 0. An unreadable file throws std::out_of_range("invalid vector<T> subscript")
-  //   with nothing allocated and a2..a4 untouched. Pointers are not checked.
+  //   with nothing allocated and the channel pointers untouched. Pointers are not checked.
   //   Example: float p[3] = {8}; unsigned char *r, *g, *b;
   //            obj->LoadImagePlanes((unsigned char*)"board.png", &r, &g, &b, p);
   virtual int LoadImagePlanes(unsigned char* path, unsigned char** channel2,
                               unsigned char** channel1, unsigned char** channel0, float* para);
 
   // Slot 32. Saves three planes as one colour image; the format follows the extension.
-  //   a1: path characters (a5[0] = count); a2 = channel 2 (red), a3 = channel 1, a4 =
-  //   channel 0 (blue); a5[1] = width, a5[2] = height.
+  //   path: path characters (para[0] = count); channel2 = channel 2 (red), channel1 = channel 1,
+  //   channel0 = channel 0 (blue); para[1] = width, para[2] = height.
   //   Returns -1 when any pointer is null (nothing written), else 0 (a failed write is not
   //   reported). An unknown extension or an empty image raises cv::Exception.
   virtual int SaveImagePlanes(unsigned char* path, unsigned char* channel2, unsigned char* channel1,
                               unsigned char* channel0, float* para);
 
   // Slot 33. Resizes three planes with cv::resize into the caller's destination planes.
-  //   a1, a2, a3 (in): source planes; a4, a5, a6 (out): destination planes (a1 -> a4,
-  //     a2 -> a5, a3 -> a6).
+  //   src0, src1, src2 (in): source planes; dst0, dst1, dst2 (out): destination planes
+  //     (src0 -> dst0, src1 -> dst1, src2 -> dst2).
   //   para (in): [0] source width, [1] source height, [2] destination width, [3] destination
   //     height, [4] 1 = bicubic, any other value bilinear.
   //   Returns -1, touching nothing, when the destination width or height is below 1; else 0.
   //   A source size below 1 raises cv::Exception (empty source). Pointers are not checked.
   //   Example: float p[5] = {640, 480, 320, 240, 0};
   //            obj->ResizePlanes(r, g, b, smallR, smallG, smallB, p);
-  virtual int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3,
-                           unsigned char* a4, unsigned char* a5, unsigned char* a6, float* para);
+  virtual int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
+                           unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para);
 
   // Slot 34. Draws a filled mask of the blobs: 255 inside every outer contour (holes
   // filled), 0 elsewhere. Contour rules as for slot 6.
-  //   a1: mask out (required). a2 (plane): source (read).
+  //   mask: mask out (required). plane: source (read).
   //   para in: [3] minimum enclosed pixel count (smaller blobs are left out).
   //   para out: [5] blobs drawn, [6] mask pixels set.
   //   Example: float p[7] = {w, h, 0, 20};
@@ -652,10 +663,10 @@ class ImgTarn_IF {
 
 class NFunction_IF {
  public:
-  // Slot 0. Inverts a plane in place. a2 = para with at least a3 entries:
+  // Slot 0. Inverts a plane in place. para with at least paraCount entries:
   //   [0] width, [1] height, [2] switch (0.0 leaves the plane alone; anything else, NaN too,
   //   inverts the first width*height samples: v -> 255 - v).
-  //   Returns -1 when a3 < 3 (nothing touched), else 0.
+  //   Returns -1 when paraCount < 3 (nothing touched), else 0.
   virtual int InvertPlane(unsigned char* plane, float* para, int paraCount);
 
   // Slot 1. Steps an integer X/Y position towards measured offsets.

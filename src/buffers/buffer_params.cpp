@@ -49,6 +49,14 @@ MedianParams MedianParams::FromPara(const float* para) {
   return p;
 }
 
+FileParams FileParams::FromPara(const float* para) {
+  FileParams p;
+  p.pathLength = ParaInt(para, 0);
+  p.width = ParaInt(para, 1);
+  p.height = ParaInt(para, 2);
+  return p;
+}
+
 ResizeParams ResizeParams::FromPara(const float* para) {
   ResizeParams p;
   p.srcWidth = ParaInt(para, 0);

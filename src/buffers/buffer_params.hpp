@@ -25,6 +25,13 @@ struct MedianParams {
   int HalfWindow() const { return static_cast<int>((static_cast<long long>(window) - 1) / 2); }
 };
 
+// Slots 31 and 32: [0] length of the path text; [1] width, [2] height (slot 31 writes them).
+struct FileParams {
+  int pathLength;  // 0 or less: the empty path
+  int width, height;
+  static FileParams FromPara(const float* para);
+};
+
 // Slot 33.
 struct ResizeParams {
   int srcWidth, srcHeight, dstWidth, dstHeight;

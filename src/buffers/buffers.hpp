@@ -21,16 +21,16 @@ int LoadImagePlanes(unsigned char* path, unsigned char** channel2, unsigned char
 int SaveImagePlanes(unsigned char* path, unsigned char* channel2, unsigned char* channel1,
                     unsigned char* channel0, float* para);
 int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* para,
-                   unsigned char* a5, unsigned char* a6, unsigned char* a7);
+                   unsigned char* outR, unsigned char* outG, unsigned char* outB);
 int ApplyGainOffset(unsigned char* src, float* coefficients, int count, unsigned char* dst);
-int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3, int width,
-                       int height, unsigned char* levels);
+int FindDominantLevels(unsigned char* plane0, unsigned char* plane1, unsigned char* plane2,
+                       int width, int height, unsigned char* levels);
 // Mode 0 of slot 30.
 int MedianFilterFloatPlane(float* heights, float* filtered, float* para);
-int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3, unsigned char* a4,
-                 unsigned char* a5, unsigned char* a6, float* para);
-int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int notRead,
-                                 float* coefficients, int* a5);
+int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
+                 unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para);
+int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, float* coefficients,
+                                 int* cleared);
 int CountingSortValues(int* values, float* para, int* permutation);
 
 // ---- Core -----------------------------------------------------------------------------------

@@ -36,17 +36,17 @@ unsigned char DominantLevel(const cv::Mat& plane) {
   return static_cast<unsigned char>(best);
 }
 
-int FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3, int width,
-                       int height, unsigned char* levels) {
+int FindDominantLevels(unsigned char* plane0, unsigned char* plane1, unsigned char* plane2,
+                       int width, int height, unsigned char* levels) {
   // An empty plane has no samples at all, so its level is 0 like any plane without one in
   // the counted band.
   const bool empty = width <= 0 || height <= 0;
   const auto level = [&](unsigned char* plane) {
     return empty ? static_cast<unsigned char>(0) : DominantLevel(WrapPlane(plane, width, height));
   };
-  levels[0] = level(a1);
-  levels[1] = level(a2);
-  levels[2] = level(a3);
+  levels[0] = level(plane0);
+  levels[1] = level(plane1);
+  levels[2] = level(plane2);
   return 0;
 }
 

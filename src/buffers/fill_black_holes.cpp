@@ -81,13 +81,13 @@ void FillBlackHolesInPlace(const cv::Mat& r, const cv::Mat& g, const cv::Mat& b,
 }
 
 int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* para,
-                   unsigned char* a5, unsigned char* a6, unsigned char* a7) {
+                   unsigned char* outR, unsigned char* outG, unsigned char* outB) {
   const FillBlackHolesParams params = FillBlackHolesParams::FromPara(para);
   // A size of 0 or below is an empty image: nothing to paint and nothing to copy.
   if (params.width <= 0 || params.height <= 0) return 0;
   const int w = params.width, h = params.height;
   const FillPlanes planes{{WrapPlane(r, w, h), WrapPlane(g, w, h), WrapPlane(b, w, h)},
-                          {WrapPlane(a5, w, h), WrapPlane(a6, w, h), WrapPlane(a7, w, h)}};
+                          {WrapPlane(outR, w, h), WrapPlane(outG, w, h), WrapPlane(outB, w, h)}};
   if (PlanesLieApart(planes)) {
     FillBlackHolesAndCopy(planes, params);  // one pass instead of four
     return 0;
@@ -95,9 +95,9 @@ int FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* 
   // The host may pass one plane twice: paint first, then copy plane by plane, in that order.
   FillBlackHolesInPlace(planes.in[0], planes.in[1], planes.in[2], params);
   const std::size_t bytes = planes.in[0].total();
-  std::memmove(a5, r, bytes);  // memmove: an output may be an input too
-  std::memmove(a6, g, bytes);
-  std::memmove(a7, b, bytes);
+  std::memmove(outR, r, bytes);  // memmove: an output may be an input too
+  std::memmove(outG, g, bytes);
+  std::memmove(outB, b, bytes);
   return 0;
 }
 

@@ -90,9 +90,9 @@ void ComputeFlatField(const unsigned char* stack, const FlatFieldParams& params,
                             coefficients);
 }
 
-int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int /*notRead*/,
-                                 float* coefficients, int* a5) {
-  a5[0] = 0;
+int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, float* coefficients,
+                                 int* cleared) {
+  cleared[0] = 0;
   const FlatFieldParams params = FlatFieldParams::FromPara(para);
   if (params.WindowIsEven()) return 0;
   // Without a group or with an empty image there is nothing to calibrate; the table stays as

@@ -9,15 +9,13 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include "buffers/buffers.hpp"
-#include "common/para.hpp"
 #include "common/plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {
 
 // The first n characters of a text argument; a count of 0 or less is the empty path.
-std::string TextArgument(const unsigned char* text, float count) {
-  const int n = TruncToInt(count);
+std::string TextArgument(const unsigned char* text, int n) {
   if (n <= 0) return std::string();
   return std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(n));
 }
@@ -39,7 +37,8 @@ OwnedPlane CopyToNewPlane(const cv::Mat& channel) {
 
 int LoadImagePlanes(unsigned char* path, unsigned char** channel2, unsigned char** channel1,
                     unsigned char** channel0, float* para) {
-  const cv::Mat image = cv::imread(TextArgument(path, para[0]), cv::IMREAD_COLOR);
+  const FileParams params = FileParams::FromPara(para);
+  const cv::Mat image = cv::imread(TextArgument(path, params.pathLength), cv::IMREAD_COLOR);
   para[1] = static_cast<float>(image.cols);
   para[2] = static_cast<float>(image.rows);
 
@@ -62,9 +61,9 @@ int SaveImagePlanes(unsigned char* path, unsigned char* channel2, unsigned char*
   if (path == nullptr || channel2 == nullptr || channel1 == nullptr || channel0 == nullptr ||
       para == nullptr)
     return -1;
-  const std::string file = TextArgument(path, para[0]);
-  const int width = ParaInt(para, 1);
-  const int height = ParaInt(para, 2);
+  const FileParams params = FileParams::FromPara(para);
+  const std::string file = TextArgument(path, params.pathLength);
+  const int width = params.width, height = params.height;
   // A size of 0 or below gives an empty image, which imwrite refuses with its own error.
   // cv::merge is not asked to join empty planes: it faults on them instead of throwing.
   cv::Mat image;

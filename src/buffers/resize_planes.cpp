@@ -22,13 +22,13 @@ void ResizeInto(unsigned char* src, unsigned char* dst, const ResizeParams& para
 
 }  // namespace
 
-int ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3, unsigned char* a4,
-                 unsigned char* a5, unsigned char* a6, float* para) {
+int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
+                 unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para) {
   const ResizeParams params = ResizeParams::FromPara(para);
   if (params.dstWidth < 1 || params.dstHeight < 1) return -1;
-  ResizeInto(a1, a4, params);
-  ResizeInto(a2, a5, params);
-  ResizeInto(a3, a6, params);
+  ResizeInto(src0, dst0, params);
+  ResizeInto(src1, dst1, params);
+  ResizeInto(src2, dst2, params);
   return 0;
 }
 

@@ -27,8 +27,8 @@ struct OverlayParams {
   int width = 0;
   int height = 0;
   bool debug = false;
+  static OverlayParams FromPara(const float* para);
 };
-OverlayParams OverlayParamsFromPara(const float* para);
 
 // para of slot 27: [0] width, [1] height, [2] polarity, [3] debug, [4] grid rows,
 // [5] grid columns. A grid counts as given unless either value is 0.
@@ -40,8 +40,8 @@ struct SplitParams {
   int gridRows = 0;  // 0 when no grid is given
   int gridCols = 0;
   bool GridGiven() const { return gridRows != 0 && gridCols != 0; }
+  static SplitParams FromPara(const float* para);
 };
-SplitParams SplitParamsFromPara(const float* para);
 
 // para of slot 26: [0] width, [1] height, [2] polarity, [3] debug, [6] template count.
 struct MatchParams {
@@ -50,8 +50,8 @@ struct MatchParams {
   bool brightPads = false;
   bool debug = false;
   int templateCount = 0;
+  static MatchParams FromPara(const float* para);
 };
-MatchParams MatchParamsFromPara(const float* para);
 
 // ---- Mask geometry (any non-zero byte is a set pixel) ----
 

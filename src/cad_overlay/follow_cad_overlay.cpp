@@ -9,7 +9,7 @@
 
 namespace imgtarn::cad_overlay {
 
-OverlayParams OverlayParamsFromPara(const float* para) {
+OverlayParams OverlayParams::FromPara(const float* para) {
   OverlayParams params;
   // Sizes are rounded here, unlike elsewhere: hosts pass them as computed floats.
   params.width = TruncToInt(static_cast<double>(para[0]) + 0.5);
@@ -29,7 +29,7 @@ float ScoreOverlay(const cv::Mat& cad, const cv::Mat& boundary, const cv::Mat& m
 int FollowCadOverlay(unsigned char* cadPad, unsigned char* boundaryMask, unsigned char* measuredPad,
                      float* para, float* score) {
   if (cadPad == nullptr || boundaryMask == nullptr || measuredPad == nullptr) return -1;
-  const OverlayParams params = OverlayParamsFromPara(para);
+  const OverlayParams params = OverlayParams::FromPara(para);
   *score = 0.0f;
   if (params.width <= 0 || params.height <= 0) return -1;
   *score = ScoreOverlay(WrapPlane(cadPad, params.width, params.height),

@@ -10,7 +10,7 @@
 
 namespace imgtarn::cad_overlay {
 
-MatchParams MatchParamsFromPara(const float* para) {
+MatchParams MatchParams::FromPara(const float* para) {
   MatchParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);
@@ -74,7 +74,7 @@ std::vector<float> ScorePadTemplates(const cv::Mat& image, const std::vector<cv:
 
 int MatchPadTemplates(unsigned char* plane, float* para, float* scores, unsigned char* blobPixels,
                       int* blobRects) {
-  const MatchParams params = MatchParamsFromPara(para);
+  const MatchParams params = MatchParams::FromPara(para);
   if (scores != nullptr) scores[0] = 0.0f;
   const std::vector<cv::Mat> templates =
       LoadTemplates(blobPixels, blobRects, params.templateCount, params.debug);

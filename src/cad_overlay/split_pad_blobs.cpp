@@ -5,7 +5,7 @@
 
 namespace imgtarn::cad_overlay {
 
-SplitParams SplitParamsFromPara(const float* para) {
+SplitParams SplitParams::FromPara(const float* para) {
   SplitParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);
@@ -22,7 +22,7 @@ SplitParams SplitParamsFromPara(const float* para) {
 
 int SplitPadBlobs(unsigned char* plane, float* para, float* gridShape, unsigned char* blobPixels,
                   int* blobRects) {
-  const SplitParams params = SplitParamsFromPara(para);
+  const SplitParams params = SplitParams::FromPara(para);
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
   const cv::Mat image = WrapPlane(plane, params.width, params.height);
   const std::optional<BlobSplit> split = SplitPads(image, params);

@@ -108,14 +108,20 @@ std::optional<EllipseFit> FitCircleEdges(const cv::Mat& plane, cv::Point2f centr
   return EllipseFit{box.center, box.size.width * 0.5f, box.size.height * 0.5f, box.angle};
 }
 
-int AdjustCircleEdges(unsigned char* plane, float* para, void*, float* result) {
-  // The third argument carries nothing this refinement needs.
-  const int width = ParaInt(para, 0);
-  const int height = ParaInt(para, 1);
-  if (!IsUsablePlane(plane, width, height)) return -1;
-  const cv::Point2f centre(para[2], para[3]);
-  const std::optional<EllipseFit> fit =
-      FitCircleEdges(WrapPlane(plane, width, height), centre, para[4]);
+CircleEdgeParams CircleEdgeParams::FromPara(const float* para) {
+  CircleEdgeParams params;
+  params.width = ParaInt(para, 0);
+  params.height = ParaInt(para, 1);
+  params.centre = cv::Point2f(para[2], para[3]);
+  params.radius = para[4];
+  return params;
+}
+
+int AdjustCircleEdges(unsigned char* plane, float* para, float* result) {
+  const CircleEdgeParams params = CircleEdgeParams::FromPara(para);
+  if (!IsUsablePlane(plane, params.width, params.height)) return -1;
+  const std::optional<EllipseFit> fit = FitCircleEdges(
+      WrapPlane(plane, params.width, params.height), params.centre, params.radius);
   if (!fit) return -1;
   result[0] = fit->centre.x;
   result[1] = fit->centre.y;

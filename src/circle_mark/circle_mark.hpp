@@ -12,15 +12,15 @@
 namespace imgtarn::circle_mark {
 
 // ---- Adapters (raw arguments from the interface layer) ----
-int HoughCircleDemo(unsigned char* a1);
+int HoughCircleDemo(unsigned char* path);
 int DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount, float* result);
-int DetectCirclesFromText(unsigned char* plane, char** texts, void* ignored, float* result);
+int DetectCirclesFromText(unsigned char* plane, char** texts, float* result);
 int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius, float param1,
                        float* result);
-int LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored, float* result);
-int LocateCircleMark(unsigned char* plane, float* para, void* ignored, float* result);
+int LocateCircleMarkQuick(unsigned char* plane, float* para, float* result);
+int LocateCircleMark(unsigned char* plane, float* para, float* result);
 int LocateCircleMarkRoi(unsigned char* plane, float* para, float* result);
-int AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result);
+int AdjustCircleEdges(unsigned char* plane, float* para, float* result);
 
 // ---- Typed parameters ----
 
@@ -30,8 +30,8 @@ struct CircleMarkParams {
   int height = 0;
   float radius = 0.0f;
   bool debug = false;
+  static CircleMarkParams FromPara(const float* para);
 };
-CircleMarkParams CircleMarkParamsFromPara(const float* para);
 
 // True when a disc template for `radius` fits inside the plane, so the template search and
 // every window derived from it are defined.
@@ -162,6 +162,12 @@ struct DirectHoughParams {
   double param1 = 0.0;
   int minRadius = 0;
   int maxRadius = 0;
+  bool debug = false;  // slot 3's para[4] = 1
+  // Slot 3: para[0] width, [1] height, [2] radius, [3] threshold, [4] debug, [9] tolerance
+  // (read only when paraCount > 9).
+  static DirectHoughParams FromPara(const float* para, int paraCount);
+  // Slot 4: width, height, radius and threshold as texts.
+  static DirectHoughParams FromTexts(char** texts);
 };
 // The search of radii trunc(radius - tolerance) .. trunc(radius + tolerance) with Canny
 // threshold param1 (the plane size is left 0).
@@ -177,6 +183,14 @@ struct OneCircleSearch {
 OneCircleSearch DetectOneCircle(const cv::Mat& smooth, const DirectHoughParams& params);
 
 // ---- Edge adjustment (slot 17) ----
+// para of slot 17: [0] width, [1] height, [2], [3] centre x, y, [4] radius.
+struct CircleEdgeParams {
+  int width = 0;
+  int height = 0;
+  cv::Point2f centre;
+  float radius = 0.0f;
+  static CircleEdgeParams FromPara(const float* para);
+};
 struct EllipseFit {
   cv::Point2f centre;
   float semiAxisA = 0.0f;  // half of the first axis of cv::fitEllipse's box

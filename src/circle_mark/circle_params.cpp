@@ -4,7 +4,7 @@
 
 namespace imgtarn::circle_mark {
 
-CircleMarkParams CircleMarkParamsFromPara(const float* para) {
+CircleMarkParams CircleMarkParams::FromPara(const float* para) {
   CircleMarkParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);

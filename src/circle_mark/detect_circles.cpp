@@ -42,24 +42,6 @@ DirectHoughParams PlusMinusTwo(int width, int height, float radius, double param
   return params;
 }
 
-DirectHoughParams FromText(char** texts) {
-  return PlusMinusTwo(std::atoi(texts[0]), std::atoi(texts[1]),
-                      static_cast<float>(std::atof(texts[2])),
-                      ThresholdOr(std::atof(texts[3]), 15.0));
-}
-
-DirectHoughParams FromPara(const float* para, int paraCount) {
-  const float radius = para[2];
-  // The tolerance is read only from a long enough array and only when it widens the range; a
-  // value out of the 32-bit range reads as INT_MIN, which does not.
-  int tolerance = kDefaultTolerance;
-  if (paraCount > 9 && para[9] > 2.0f && ParaInt(para, 9) > 2) tolerance = ParaInt(para, 9);
-  DirectHoughParams params = RadiusBand(radius, tolerance, ThresholdOr(para[3], 60.0));
-  params.width = ParaInt(para, 0);
-  params.height = ParaInt(para, 1);
-  return params;
-}
-
 // A square of side 2 trunc(r + 5) around the circle found, for a closer look.
 void ShowFoundCircle(const cv::Mat& smooth, cv::Vec3f circle) {
   const float r = circle[2];
@@ -70,6 +52,25 @@ void ShowFoundCircle(const cv::Mat& smooth, cv::Vec3f circle) {
 }
 
 }  // namespace
+
+DirectHoughParams DirectHoughParams::FromTexts(char** texts) {
+  return PlusMinusTwo(std::atoi(texts[0]), std::atoi(texts[1]),
+                      static_cast<float>(std::atof(texts[2])),
+                      ThresholdOr(std::atof(texts[3]), 15.0));
+}
+
+DirectHoughParams DirectHoughParams::FromPara(const float* para, int paraCount) {
+  const float radius = para[2];
+  // The tolerance is read only from a long enough array and only when it widens the range; a
+  // value out of the 32-bit range reads as INT_MIN, which does not.
+  int tolerance = kDefaultTolerance;
+  if (paraCount > 9 && para[9] > 2.0f && ParaInt(para, 9) > 2) tolerance = ParaInt(para, 9);
+  DirectHoughParams params = RadiusBand(radius, tolerance, ThresholdOr(para[3], 60.0));
+  params.width = ParaInt(para, 0);
+  params.height = ParaInt(para, 1);
+  params.debug = ParaInt(para, 4) == 1;
+  return params;
+}
 
 std::optional<cv::Vec3f> NearestRadiusCircle(const CircleList& circles, float radius) {
   std::optional<cv::Vec3f> best;
@@ -121,10 +122,10 @@ int DetectCirclesPlain(unsigned char* plane, int width, int height, float radius
   return 0;
 }
 
-int DetectCirclesFromText(unsigned char* plane, char** texts, void*, float* result) {
+int DetectCirclesFromText(unsigned char* plane, char** texts, float* result) {
   ClearResult(result);
   if (texts == nullptr || !texts[0] || !texts[1] || !texts[2] || !texts[3]) return -1;
-  const DirectHoughParams params = FromText(texts);
+  const DirectHoughParams params = DirectHoughParams::FromTexts(texts);
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, params.width, params.height));
   debug_view::Show(kDemoWindow, smooth);
@@ -136,14 +137,13 @@ int DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount, floa
   ClearResult(result);
   // Indexes 0 to 4 are always read; a shorter array is refused rather than over-read.
   if (para == nullptr || paraCount < 5) return -1;
-  const DirectHoughParams params = FromPara(para, paraCount);
+  const DirectHoughParams params = DirectHoughParams::FromPara(para, paraCount);
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
-  const bool debug = ParaInt(para, 4) == 1;
   const cv::Mat smooth = SmoothPlane(WrapPlane(plane, params.width, params.height));
-  if (debug) debug_view::Show("Smoothing", smooth);
+  if (params.debug) debug_view::Show("Smoothing", smooth);
   const OneCircleSearch search = DetectOneCircle(smooth, params);
   WriteCircle(search, result);
-  if (debug && !search.circles.empty()) {
+  if (params.debug && !search.circles.empty()) {
     debug_view::Show("Circles Image", CircleMosaic(search.circles, smooth, false));
     ShowFoundCircle(smooth, PickedOrZero(search));
   }

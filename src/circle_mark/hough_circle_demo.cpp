@@ -36,10 +36,9 @@ cv::Mat DrawHoughCircles(const cv::Mat& grey) {
 
 }  // namespace
 
-int HoughCircleDemo(unsigned char* a1) {
-  // a1 is the zero-terminated path of the test image (it used to be a fixed path).
-  if (a1 == nullptr) return -1;
-  const cv::Mat grey = cv::imread(reinterpret_cast<const char*>(a1), cv::IMREAD_GRAYSCALE);
+int HoughCircleDemo(unsigned char* path) {
+  if (path == nullptr) return -1;
+  const cv::Mat grey = cv::imread(reinterpret_cast<const char*>(path), cv::IMREAD_GRAYSCALE);
   if (grey.empty()) return -1;
   debug_view::Show("Sobel Edges", SobelEdges(grey));
   debug_view::Show("Hough Circles", DrawHoughCircles(grey));

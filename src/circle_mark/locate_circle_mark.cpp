@@ -28,10 +28,10 @@ int WriteFound(const std::optional<cv::Point2f>& centre, float radius, float* re
 
 }  // namespace
 
-int LocateCircleMark(unsigned char* plane, float* para, void*, float* result) {
+int LocateCircleMark(unsigned char* plane, float* para, float* result) {
   result[0] = 0.0f;
   result[1] = 0.0f;
-  const CircleMarkParams params = CircleMarkParamsFromPara(para);
+  const CircleMarkParams params = CircleMarkParams::FromPara(para);
   if (!Searchable(plane, params)) {
     result[2] = 0.0f;
     return -1;
@@ -43,9 +43,9 @@ int LocateCircleMark(unsigned char* plane, float* para, void*, float* result) {
   return outcome.found ? 0 : -1;
 }
 
-int LocateCircleMarkQuick(unsigned char* plane, float* para, void*, float* result) {
+int LocateCircleMarkQuick(unsigned char* plane, float* para, float* result) {
   result[0] = result[1] = result[2] = 0.0f;
-  const CircleMarkParams params = CircleMarkParamsFromPara(para);
+  const CircleMarkParams params = CircleMarkParams::FromPara(para);
   if (!Searchable(plane, params)) return -1;
   return WriteFound(
       SearchMarkQuick(WrapPlane(plane, params.width, params.height), params.radius, params.debug),
@@ -54,7 +54,7 @@ int LocateCircleMarkQuick(unsigned char* plane, float* para, void*, float* resul
 
 int LocateCircleMarkRoi(unsigned char* plane, float* para, float* result) {
   result[0] = result[1] = result[2] = 0.0f;
-  const CircleMarkParams params = CircleMarkParamsFromPara(para);
+  const CircleMarkParams params = CircleMarkParams::FromPara(para);
   if (!Searchable(plane, params)) return -1;
   return WriteFound(SearchMarkTwoScale(WrapPlane(plane, params.width, params.height), params.radius,
                                        params.debug),

@@ -17,11 +17,12 @@ struct ApproxParams {
   PlaneParams plane;
   double epsilon = 0;
   int capacity = 0;
+  static ApproxParams FromPara(const float* para);
 };
 
-ApproxParams FromPara(const float* para) {
+ApproxParams ApproxParams::FromPara(const float* para) {
   ApproxParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   // A negative or NaN tolerance would make approxPolyDP assert; 0 keeps every corner.
   params.epsilon = para[3] > 0.0f && std::isfinite(para[3]) ? para[3] : 0.0;
   params.capacity = NonNegative(ParaInt(para, 5));
@@ -40,7 +41,7 @@ std::vector<Contour> ApproximatePolygons(const std::vector<Contour>& contours, d
 int ApproxContoursDemo(const unsigned char* source, const float* para, unsigned char* drawing,
                        float* result) {
   if (para == nullptr || result == nullptr) return -1;
-  const ApproxParams params = FromPara(para);
+  const ApproxParams params = ApproxParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(source, width, height)) return -1;
   const std::vector<Contour> polygons = ApproximatePolygons(

@@ -19,11 +19,12 @@ struct RingParams {
   int minHoleArea = 0;
   int ringCapacity = 0;
   int solidCapacity = 0;
+  static RingParams FromPara(const float* para);
 };
 
-RingParams FromPara(const float* para) {
+RingParams RingParams::FromPara(const float* para) {
   RingParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.minBlobArea = ParaInt(para, 3);
   params.minHoleArea = ParaInt(para, 5);
   params.ringCapacity = NonNegative(ParaInt(para, 6));
@@ -85,16 +86,16 @@ Classified ClassifyBlobs(const cv::Mat& binary, const RingParams& params) {
 
 }  // namespace
 
-int ClassifyRingContours(unsigned char* ringPlane, unsigned char* solidPlane, float* solids,
-                         float* para, float* rings, const unsigned char* source) {
+int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask, float* solids,
+                         float* para, float* rings, const unsigned char* plane) {
   if (para == nullptr) return -1;
-  const RingParams params = FromPara(para);
+  const RingParams params = RingParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
-  if (!IsUsablePlane(source, width, height)) return -1;
+  if (!IsUsablePlane(plane, width, height)) return -1;
   const Classified found =
-      ClassifyBlobs(Binarize(WrapPlane(source, width, height), params.plane.threshold), params);
-  if (ringPlane != nullptr) CopyIntoPlane(found.ringMask, ringPlane);
-  if (solidPlane != nullptr) CopyIntoPlane(found.solidMask, solidPlane);
+      ClassifyBlobs(Binarize(WrapPlane(plane, width, height), params.plane.threshold), params);
+  if (ringMask != nullptr) CopyIntoPlane(found.ringMask, ringMask);
+  if (solidMask != nullptr) CopyIntoPlane(found.solidMask, solidMask);
   if (rings != nullptr) WriteEntries(rings, params.ringCapacity, found.rings, kEntryWidth);
   if (solids != nullptr) WriteEntries(solids, params.solidCapacity, found.solids, kEntryWidth);
   para[8] = static_cast<float>(found.ringCount);

@@ -14,7 +14,7 @@ constexpr int kMaxRadius = 50;
 
 }  // namespace
 
-PlaneParams PlaneParamsFromPara(const float* para) {
+PlaneParams PlaneParams::FromPara(const float* para) {
   PlaneParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);

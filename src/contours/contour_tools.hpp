@@ -17,8 +17,8 @@ struct PlaneParams {
   int height = 0;
   int threshold = 0;
   bool debug = false;
+  static PlaneParams FromPara(const float* para);
 };
-PlaneParams PlaneParamsFromPara(const float* para);
 
 // A capacity or count read from para: negative, NaN and out-of-range values mean 0.
 int NonNegative(int value);

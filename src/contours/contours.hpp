@@ -7,25 +7,26 @@ namespace imgtarn::contours {
 
 int DrawContoursAllExternal(const unsigned char* source, float* para, unsigned char* target0,
                             unsigned char* target1, unsigned char* target2);
-int ClassifyRingContours(unsigned char* ringPlane, unsigned char* solidPlane, float* solids,
-                         float* para, float* rings, const unsigned char* source);
+int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask, float* solids,
+                         float* para, float* rings, const unsigned char* plane);
 int MorphBoundingRects(const unsigned char* source, float* para);
-int SegmentByMoments(const unsigned char* source, const unsigned char* regionMask,
+int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask,
                      const float* para, unsigned char* labels, float* result);
 int ApproxContoursDemo(const unsigned char* source, const float* para, unsigned char* drawing,
                        float* result);
-// Slot 19: a2[3] == 0 counts the pixels each outer contour encloses, any other value the
+// Slot 19: para[3] == 0 counts the pixels each outer contour encloses, any other value the
 // pixels on each outer contour.
-int CountEnclosedPixels(const unsigned char* source, const float* para, float* result);
-int CountOutlinePixels(const unsigned char* source, const float* para, float* result);
-// Slot 21: mode < 100 receives (a3, a2, a1, a4, a6); mode >= 100 receives (a1, a2, a3, a4).
+int CountEnclosedPixels(const unsigned char* plane, const float* para, float* result);
+int CountOutlinePixels(const unsigned char* plane, const float* para, float* result);
+// Slot 21: mode < 100 receives (planeC, planeB, planeA, para, plane); mode >= 100 receives
+// (planeA, planeB, planeC, para).
 int MorphRingBand(unsigned char* innerRing, unsigned char* outerRing, unsigned char* band,
-                  float* para, const unsigned char* source);
+                  float* para, const unsigned char* plane);
 int RingBetweenMasks(const unsigned char* outerMask, const unsigned char* innerMask,
                      unsigned char* ring, float* para);
 int FillContours(unsigned char* target, float* para, const int* contours,
                  const unsigned char* source);
-int DrawContourMask(unsigned char* mask, const unsigned char* source, float* para);
+int DrawContourMask(unsigned char* mask, const unsigned char* plane, float* para);
 
 }  // namespace imgtarn::contours
 

@@ -16,11 +16,12 @@ constexpr int kFirstCount = 2;
 struct CountParams {
   PlaneParams plane;
   int capacity = 0;
+  static CountParams FromPara(const float* para);
 };
 
-CountParams FromPara(const float* para) {
+CountParams CountParams::FromPara(const float* para) {
   CountParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.capacity = NonNegative(ParaInt(para, 5));
   return params;
 }
@@ -35,14 +36,14 @@ std::vector<float> CountDrawnPixels(const std::vector<Contour>& contours, int th
   return counts;
 }
 
-int CountPerContour(const unsigned char* source, const float* para, float* result, int thickness,
+int CountPerContour(const unsigned char* plane, const float* para, float* result, int thickness,
                     const char* debugTitle) {
   if (para == nullptr || result == nullptr) return -1;
-  const CountParams params = FromPara(para);
+  const CountParams params = CountParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
-  if (!IsUsablePlane(source, width, height)) return -1;
+  if (!IsUsablePlane(plane, width, height)) return -1;
   const std::vector<Contour> outers =
-      FindExternalContours(Binarize(WrapPlane(source, width, height), params.plane.threshold));
+      FindExternalContours(Binarize(WrapPlane(plane, width, height), params.plane.threshold));
   const std::vector<float> counts = CountDrawnPixels(outers, thickness);
   double total = 0;
   for (float count : counts) total += count;
@@ -59,12 +60,12 @@ int CountPerContour(const unsigned char* source, const float* para, float* resul
 
 }  // namespace
 
-int CountEnclosedPixels(const unsigned char* source, const float* para, float* result) {
-  return CountPerContour(source, para, result, cv::FILLED, "matEnclosedPixels");
+int CountEnclosedPixels(const unsigned char* plane, const float* para, float* result) {
+  return CountPerContour(plane, para, result, cv::FILLED, "matEnclosedPixels");
 }
 
-int CountOutlinePixels(const unsigned char* source, const float* para, float* result) {
-  return CountPerContour(source, para, result, 1, "matOutlinePixels");
+int CountOutlinePixels(const unsigned char* plane, const float* para, float* result) {
+  return CountPerContour(plane, para, result, 1, "matOutlinePixels");
 }
 
 }  // namespace imgtarn::contours

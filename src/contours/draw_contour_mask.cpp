@@ -14,9 +14,10 @@ namespace {
 struct MaskParams {
   PlaneParams plane;
   int minArea = 0;
+  static MaskParams FromPara(const float* para);
 };
 
-MaskParams FromPara(const float* para) { return {PlaneParamsFromPara(para), ParaInt(para, 3)}; }
+MaskParams MaskParams::FromPara(const float* para) { return {PlaneParams::FromPara(para), ParaInt(para, 3)}; }
 
 // Returns the number of blobs drawn.
 int DrawFilledBlobs(const cv::Mat& binary, int minArea, cv::Mat* mask) {
@@ -32,14 +33,14 @@ int DrawFilledBlobs(const cv::Mat& binary, int minArea, cv::Mat* mask) {
 
 }  // namespace
 
-int DrawContourMask(unsigned char* mask, const unsigned char* source, float* para) {
+int DrawContourMask(unsigned char* mask, const unsigned char* plane, float* para) {
   if (para == nullptr) return -1;
-  const MaskParams params = FromPara(para);
+  const MaskParams params = MaskParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
-  if (!IsUsablePlane(source, width, height) || mask == nullptr) return -1;
+  if (!IsUsablePlane(plane, width, height) || mask == nullptr) return -1;
   cv::Mat filled = cv::Mat::zeros(height, width, CV_8UC1);
   const int drawn = DrawFilledBlobs(
-      Binarize(WrapPlane(source, width, height), params.plane.threshold), params.minArea, &filled);
+      Binarize(WrapPlane(plane, width, height), params.plane.threshold), params.minArea, &filled);
   CopyIntoPlane(filled, mask);
   para[5] = static_cast<float>(drawn);
   para[6] = static_cast<float>(cv::countNonZero(filled));

@@ -20,11 +20,12 @@ struct OutlineParams {
   PlaneParams plane;
   int thickness = 1;
   std::array<unsigned char, 3> levels{};
+  static OutlineParams FromPara(const float* para);
 };
 
-OutlineParams FromPara(const float* para) {
+OutlineParams OutlineParams::FromPara(const float* para) {
   OutlineParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.thickness = std::clamp(ParaInt(para, 3), 1, kMaxThickness);
   for (int i = 0; i < 3; ++i) params.levels[i] = ClampLevel(ParaInt(para, 5 + i));
   return params;
@@ -47,7 +48,7 @@ int OutlineExternalContours(const cv::Mat& source, const OutlineParams& params,
 int DrawContoursAllExternal(const unsigned char* source, float* para, unsigned char* target0,
                             unsigned char* target1, unsigned char* target2) {
   if (para == nullptr) return -1;
-  const OutlineParams params = FromPara(para);
+  const OutlineParams params = OutlineParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(source, width, height) || target0 == nullptr) return -1;
   std::array<cv::Mat, 3> targets{WrapPlane(target0, width, height)};

@@ -22,11 +22,12 @@ struct FillParams {
   PlaneParams plane;
   unsigned char level = 0;
   long long arrayLength = 0;
+  static FillParams FromPara(const float* para);
 };
 
-FillParams FromPara(const float* para) {
+FillParams FillParams::FromPara(const float* para) {
   FillParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.level = ClampLevel(ParaInt(para, 2));
   params.arrayLength = NonNegative(ParaInt(para, 3));
   return params;
@@ -69,7 +70,7 @@ cv::Mat FillMask(const cv::Size& size, const std::vector<Contour>& polygons) {
 int FillContours(unsigned char* target, float* para, const int* contours,
                  const unsigned char* source) {
   if (para == nullptr || contours == nullptr) return -1;
-  const FillParams params = FromPara(para);
+  const FillParams params = FillParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(target, width, height)) return -1;
   const std::optional<std::vector<Contour>> polygons = ParsePolygons(contours, params.arrayLength);

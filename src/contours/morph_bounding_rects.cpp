@@ -19,11 +19,12 @@ struct RectParams {
   int openRadius = 0;
   int closeRadius = 0;
   int capacity = 0;
+  static RectParams FromPara(const float* para);
 };
 
-RectParams FromPara(const float* para) {
+RectParams RectParams::FromPara(const float* para) {
   RectParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.openRadius = ClampRadius(ParaInt(para, 3));
   params.closeRadius = ClampRadius(ParaInt(para, 5));
   params.capacity = NonNegative(ParaInt(para, 6));
@@ -53,7 +54,7 @@ std::vector<float> PackedBoundingRects(const std::vector<Contour>& blobs) {
 
 int MorphBoundingRects(const unsigned char* source, float* para) {
   if (para == nullptr) return -1;
-  const RectParams params = FromPara(para);
+  const RectParams params = RectParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(source, width, height)) return -1;
   const cv::Mat cleaned =

@@ -14,10 +14,11 @@ namespace {
 struct RingBandParams {
   PlaneParams plane;
   int radius = 0;
+  static RingBandParams FromPara(const float* para);
 };
 
-RingBandParams FromPara(const float* para) {
-  return {PlaneParamsFromPara(para), ClampRadius(ParaInt(para, 3))};
+RingBandParams RingBandParams::FromPara(const float* para) {
+  return {PlaneParams::FromPara(para), ClampRadius(ParaInt(para, 3))};
 }
 
 struct RingBands {
@@ -51,13 +52,13 @@ cv::Mat RingBetween(const cv::Mat& outer, const cv::Mat& inner, int radius) {
 }  // namespace
 
 int MorphRingBand(unsigned char* innerRing, unsigned char* outerRing, unsigned char* band,
-                  float* para, const unsigned char* source) {
+                  float* para, const unsigned char* plane) {
   if (para == nullptr) return -1;
-  const RingBandParams params = FromPara(para);
+  const RingBandParams params = RingBandParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
-  if (!IsUsablePlane(source, width, height) || band == nullptr) return -1;
+  if (!IsUsablePlane(plane, width, height) || band == nullptr) return -1;
   const RingBands bands = MakeRingBands(
-      Binarize(WrapPlane(source, width, height), params.plane.threshold), params.radius);
+      Binarize(WrapPlane(plane, width, height), params.plane.threshold), params.radius);
   CopyIntoPlane(bands.band, band);
   if (outerRing != nullptr) CopyIntoPlane(bands.outer, outerRing);
   if (innerRing != nullptr) CopyIntoPlane(bands.inner, innerRing);
@@ -71,7 +72,7 @@ int MorphRingBand(unsigned char* innerRing, unsigned char* outerRing, unsigned c
 int RingBetweenMasks(const unsigned char* outerMask, const unsigned char* innerMask,
                      unsigned char* ring, float* para) {
   if (para == nullptr) return -1;
-  const RingBandParams params = FromPara(para);
+  const RingBandParams params = RingBandParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
   if (!IsUsablePlane(outerMask, width, height) || !IsUsablePlane(innerMask, width, height) ||
       ring == nullptr)

@@ -19,11 +19,12 @@ struct SegmentParams {
   PlaneParams plane;
   int minArea = 0;
   int capacity = 0;
+  static SegmentParams FromPara(const float* para);
 };
 
-SegmentParams FromPara(const float* para) {
+SegmentParams SegmentParams::FromPara(const float* para) {
   SegmentParams params;
-  params.plane = PlaneParamsFromPara(para);
+  params.plane = PlaneParams::FromPara(para);
   params.minArea = ParaInt(para, 3);
   params.capacity = NonNegative(ParaInt(para, 5));
   return params;
@@ -55,13 +56,13 @@ Segments Segment(const cv::Mat& binary, int minArea) {
 
 }  // namespace
 
-int SegmentByMoments(const unsigned char* source, const unsigned char* regionMask,
+int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask,
                      const float* para, unsigned char* labels, float* result) {
   if (para == nullptr || result == nullptr) return -1;
-  const SegmentParams params = FromPara(para);
+  const SegmentParams params = SegmentParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;
-  if (!IsUsablePlane(source, width, height)) return -1;
-  cv::Mat binary = Binarize(WrapPlane(source, width, height), params.plane.threshold);
+  if (!IsUsablePlane(plane, width, height)) return -1;
+  cv::Mat binary = Binarize(WrapPlane(plane, width, height), params.plane.threshold);
   // The region mask cuts blobs at its border: a pad half inside counts with its inside half.
   if (regionMask != nullptr) binary.setTo(cv::Scalar(0), WrapPlane(regionMask, width, height) == 0);
   const Segments found = Segment(binary, params.minArea);

@@ -12,9 +12,7 @@
 
 namespace imgtarn::edges {
 
-namespace {
-
-EdgeParams FromPara(const float* para) {
+EdgeParams EdgeParams::FromPara(const float* para) {
   EdgeParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);
@@ -24,6 +22,8 @@ EdgeParams FromPara(const float* para) {
   if (params.contourStage) params.minContourArea = ParaInt(para, 4);
   return params;
 }
+
+namespace {
 
 void WriteReport(const EdgeReport& report, float* result) {
   result[0] = static_cast<float>(report.thresholds.low);
@@ -57,7 +57,7 @@ EdgeReport DetectEdges(const cv::Mat& src, const EdgeParams& params, cv::Mat& ds
 
 int DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst, float* result) {
   if (para == nullptr || result == nullptr) return -1;
-  const EdgeParams params = FromPara(para);
+  const EdgeParams params = EdgeParams::FromPara(para);
   if (!IsUsablePlane(src, params.width, params.height)) return -1;
   if (!IsUsablePlane(dst, params.width, params.height)) return -1;
   cv::Mat destination = WrapPlane(dst, params.width, params.height);

@@ -18,6 +18,7 @@ struct EdgeParams {
   bool contourStage = false;
   bool debug = false;
   int minContourArea = 0;
+  static EdgeParams FromPara(const float* para);
 };
 
 struct EdgeReport {

@@ -17,6 +17,12 @@ namespace edges = imgtarn::edges;
 namespace lead = imgtarn::lead;
 namespace template_mark = imgtarn::template_mark;
 
+static_assert(int{ImgTarn_IF::kLeadOffPosition} == lead::kPositionOff &&
+                  int{ImgTarn_IF::kLeftRegionTooBright} == lead::kLeftBright &&
+                  int{ImgTarn_IF::kRightRegionTooBright} == lead::kRightBright &&
+                  int{ImgTarn_IF::kLeadNotFound} == lead::kNotFound,
+              "slot 16 writes the judgement bits hosts test against");
+
 int ImgTarn_IF::Initialize() { return 0; }
 
 int ImgTarn_IF::SumFirstTwoSamples(void* record) {
@@ -26,16 +32,15 @@ int ImgTarn_IF::SumFirstTwoSamples(void* record) {
   return static_cast<int>(samples[0]) + static_cast<int>(samples[1]);
 }
 
-int ImgTarn_IF::HoughCircleDemo(unsigned char* a1) { return circle_mark::HoughCircleDemo(a1); }
+int ImgTarn_IF::HoughCircleDemo(unsigned char* path) { return circle_mark::HoughCircleDemo(path); }
 
 int ImgTarn_IF::DetectCirclesSmoothed(unsigned char* plane, float* para, int paraCount,
                                       float* result) {
   return circle_mark::DetectCirclesSmoothed(plane, para, paraCount, result);
 }
 
-int ImgTarn_IF::DetectCirclesFromText(unsigned char* plane, char** texts, void* ignored,
-                                      float* result) {
-  return circle_mark::DetectCirclesFromText(plane, texts, ignored, result);
+int ImgTarn_IF::DetectCirclesFromText(unsigned char* plane, char** texts, void*, float* result) {
+  return circle_mark::DetectCirclesFromText(plane, texts, result);
 }
 
 int ImgTarn_IF::DetectCirclesPlain(unsigned char* plane, int width, int height, float radius,
@@ -43,56 +48,59 @@ int ImgTarn_IF::DetectCirclesPlain(unsigned char* plane, int width, int height, 
   return circle_mark::DetectCirclesPlain(plane, width, height, radius, param1, result);
 }
 
-int ImgTarn_IF::DrawContoursAllExternal(unsigned char* a1, float* para, unsigned char* a3,
-                                        unsigned char* a4, unsigned char* a5) {
-  return contours::DrawContoursAllExternal(a1, para, a3, a4, a5);
+int ImgTarn_IF::DrawContoursAllExternal(unsigned char* source, float* para, unsigned char* target0,
+                                        unsigned char* target1, unsigned char* target2) {
+  return contours::DrawContoursAllExternal(source, para, target0, target1, target2);
 }
 
-int ImgTarn_IF::ClassifyRingContours(unsigned char* a1, unsigned char* a2, float* a3, float* para,
-                                     float* a5, unsigned char* plane) {
-  return contours::ClassifyRingContours(a1, a2, a3, para, a5, plane);
+int ImgTarn_IF::ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask,
+                                     float* solids, float* para, float* rings,
+                                     unsigned char* plane) {
+  return contours::ClassifyRingContours(ringMask, solidMask, solids, para, rings, plane);
 }
 
-int ImgTarn_IF::MorphBoundingRects(unsigned char* a1, float* para) {
-  return contours::MorphBoundingRects(a1, para);
+int ImgTarn_IF::MorphBoundingRects(unsigned char* source, float* para) {
+  return contours::MorphBoundingRects(source, para);
 }
 
-int ImgTarn_IF::SegmentByMoments(unsigned char* plane, unsigned char* a2, float* para,
-                                 unsigned char* a4, float* result) {
-  return contours::SegmentByMoments(plane, a2, para, a4, result);
+int ImgTarn_IF::SegmentByMoments(unsigned char* plane, unsigned char* regionMask, float* para,
+                                 unsigned char* labels, float* result) {
+  return contours::SegmentByMoments(plane, regionMask, para, labels, result);
 }
 
-int ImgTarn_IF::LocateCircleMarkQuick(unsigned char* plane, float* para, void* ignored,
-                                      float* result) {
-  return circle_mark::LocateCircleMarkQuick(plane, para, ignored, result);
+int ImgTarn_IF::LocateCircleMarkQuick(unsigned char* plane, float* para, void*, float* result) {
+  return circle_mark::LocateCircleMarkQuick(plane, para, result);
 }
 
-int ImgTarn_IF::LocateCircleMark(unsigned char* plane, float* para, void* ignored, float* result) {
-  return circle_mark::LocateCircleMark(plane, para, ignored, result);
+int ImgTarn_IF::LocateCircleMark(unsigned char* plane, float* para, void*, float* result) {
+  return circle_mark::LocateCircleMark(plane, para, result);
 }
 
 int ImgTarn_IF::LocateCircleMarkRoi(unsigned char* plane, float* para, void*, float* result) {
   return circle_mark::LocateCircleMarkRoi(plane, para, result);
 }
 
-int ImgTarn_IF::CutLeadRois(unsigned char* a1, unsigned char* a2, void*, float* a4) {
-  return lead::CutLeadRois(a1, a2, a4);
+int ImgTarn_IF::CutLeadRois(unsigned char* image, unsigned char* leadTemplate, void*,
+                            float* para) {
+  return lead::CutLeadRois(image, leadTemplate, para);
 }
 
 int ImgTarn_IF::LocateCrossMark(unsigned char* plane, float* para, void*, float* result) {
   return template_mark::LocateCrossMark(plane, para, result);
 }
 
-int ImgTarn_IF::ApproxContoursDemo(unsigned char* a1, float* a2, unsigned char* a3, float* a4) {
-  return contours::ApproxContoursDemo(a1, a2, a3, a4);
+int ImgTarn_IF::ApproxContoursDemo(unsigned char* source, float* para, unsigned char* drawing,
+                                   float* result) {
+  return contours::ApproxContoursDemo(source, para, drawing, result);
 }
 
-int ImgTarn_IF::MeasureLeadRoi(unsigned char* a1, unsigned char* a2, float* a3, float* a4) {
-  return lead::MeasureLeadRoi(a1, a2, a3, a4);
+int ImgTarn_IF::MeasureLeadRoi(unsigned char* image, unsigned char* leadTemplate, float* para,
+                               float* result) {
+  return lead::MeasureLeadRoi(image, leadTemplate, para, result);
 }
 
-int ImgTarn_IF::AdjustCircleEdges(unsigned char* plane, float* para, void* a3, float* result) {
-  return circle_mark::AdjustCircleEdges(plane, para, a3, result);
+int ImgTarn_IF::AdjustCircleEdges(unsigned char* plane, float* para, void*, float* result) {
+  return circle_mark::AdjustCircleEdges(plane, para, result);
 }
 
 int ImgTarn_IF::LocateRectangleMark(unsigned char* plane, float* para, void*, float* result) {
@@ -111,15 +119,15 @@ int ImgTarn_IF::FollowCadOverlay(unsigned char* boundaryMask, unsigned char* cad
   return cad_overlay::FollowCadOverlay(cadPad, boundaryMask, measuredPad, para, score);
 }
 
-int ImgTarn_IF::MorphRing(unsigned char* a1, unsigned char* a2, unsigned char* a3, float* para,
-                          int mode, unsigned char* plane) {
-  if (mode < 100) return contours::MorphRingBand(a3, a2, a1, para, plane);
-  return contours::RingBetweenMasks(a1, a2, a3, para);
+int ImgTarn_IF::MorphRing(unsigned char* planeA, unsigned char* planeB, unsigned char* planeC,
+                          float* para, int mode, unsigned char* plane) {
+  if (mode < 100) return contours::MorphRingBand(planeC, planeB, planeA, para, plane);
+  return contours::RingBetweenMasks(planeA, planeB, planeC, para);
 }
 
-int ImgTarn_IF::FillContours(unsigned char* a1, float* para, void*, int* contourPoints,
-                             unsigned char* plane) {
-  return contours::FillContours(a1, para, contourPoints, plane);
+int ImgTarn_IF::FillContours(unsigned char* target, float* para, void*, int* contours,
+                             unsigned char* source) {
+  return contours::FillContours(target, para, contours, source);
 }
 
 int ImgTarn_IF::DetectEdgesCanny(unsigned char* src, float* para, unsigned char* dst,
@@ -127,9 +135,9 @@ int ImgTarn_IF::DetectEdgesCanny(unsigned char* src, float* para, unsigned char*
   return edges::DetectEdgesCanny(src, para, dst, result);
 }
 
-int ImgTarn_IF::ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int notRead,
-                                             float* coefficients, int* a5) {
-  return buffers::ComputeFlatFieldCoefficients(stack, para, notRead, coefficients, a5);
+int ImgTarn_IF::ComputeFlatFieldCoefficients(unsigned char* stack, float* para, int,
+                                             float* coefficients, int* cleared) {
+  return buffers::ComputeFlatFieldCoefficients(stack, para, coefficients, cleared);
 }
 
 int ImgTarn_IF::ApplyGainOffset(unsigned char* src, float* coefficients, int count,
@@ -151,21 +159,22 @@ int ImgTarn_IF::SplitPadBlobs(unsigned char* plane, float* para, void*, float* g
   return 0;
 }
 
-int ImgTarn_IF::FindDominantLevels(unsigned char* a1, unsigned char* a2, unsigned char* a3,
-                                   int width, int height, unsigned char* levels) {
-  return buffers::FindDominantLevels(a1, a2, a3, width, height, levels);
+int ImgTarn_IF::FindDominantLevels(unsigned char* plane0, unsigned char* plane1,
+                                   unsigned char* plane2, int width, int height,
+                                   unsigned char* levels) {
+  return buffers::FindDominantLevels(plane0, plane1, plane2, width, height, levels);
 }
 
 int ImgTarn_IF::FillBlackHoles(unsigned char* r, unsigned char* g, unsigned char* b, float* para,
-                               unsigned char* a5, unsigned char* a6, unsigned char* a7) {
-  return buffers::FillBlackHoles(r, g, b, para, a5, a6, a7);
+                               unsigned char* outR, unsigned char* outG, unsigned char* outB) {
+  return buffers::FillBlackHoles(r, g, b, para, outR, outG, outB);
 }
 
 int ImgTarn_IF::Slot30Dispatch(float* heights, float* filtered, float* para) {
   switch (imgtarn::ParaInt(para, 0)) {
-    case 0:
+    case kMedianFilterMode:
       return buffers::MedianFilterFloatPlane(heights, filtered, para);
-    case 1:
+    case kNoOperationMode:
       return 0;
     default:
       return -1;
@@ -182,13 +191,14 @@ int ImgTarn_IF::SaveImagePlanes(unsigned char* path, unsigned char* channel2,
   return buffers::SaveImagePlanes(path, channel2, channel1, channel0, para);
 }
 
-int ImgTarn_IF::ResizePlanes(unsigned char* a1, unsigned char* a2, unsigned char* a3,
-                             unsigned char* a4, unsigned char* a5, unsigned char* a6, float* para) {
-  return buffers::ResizePlanes(a1, a2, a3, a4, a5, a6, para);
+int ImgTarn_IF::ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
+                             unsigned char* dst0, unsigned char* dst1, unsigned char* dst2,
+                             float* para) {
+  return buffers::ResizePlanes(src0, src1, src2, dst0, dst1, dst2, para);
 }
 
-int ImgTarn_IF::DrawContourMask(unsigned char* a1, unsigned char* plane, float* para) {
-  return contours::DrawContourMask(a1, plane, para);
+int ImgTarn_IF::DrawContourMask(unsigned char* mask, unsigned char* plane, float* para) {
+  return contours::DrawContourMask(mask, plane, para);
 }
 
 int ImgTarn_IF::CountingSortValues(int* values, float* para, int* permutation) {

@@ -30,7 +30,7 @@ void WriteLayout(const LeadLayout& layout, float* para) {
 
 int CutLeadRois(const unsigned char* image, const unsigned char* leadTemplate, float* para) {
   if (para == nullptr) return -1;
-  const LeadSearchParams params = LeadSearchParamsFromPara(para);
+  const LeadSearchParams params = LeadSearchParams::FromPara(para);
   const std::optional<LeadPlanes> planes = WrapLeadPlanes(image, leadTemplate, params);
   if (!planes) return -1;
   const LeadLayout layout = LocateLead(*planes, params.sideWidth, params.minScore);

@@ -5,6 +5,9 @@
 
 namespace imgtarn::lead {
 
+// The judgement bits of slot 16's result[9], as the public header names them to hosts.
+enum Judgement : int { kPositionOff = 1, kLeftBright = 2, kRightBright = 4, kNotFound = 8 };
+
 int CutLeadRois(const unsigned char* image, const unsigned char* leadTemplate, float* para);
 int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate, const float* para,
                    float* result);

@@ -9,7 +9,7 @@
 
 namespace imgtarn::lead {
 
-LeadSearchParams LeadSearchParamsFromPara(const float* para) {
+LeadSearchParams LeadSearchParams::FromPara(const float* para) {
   LeadSearchParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);

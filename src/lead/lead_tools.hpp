@@ -18,8 +18,8 @@ struct LeadSearchParams {
   bool debug = false;
   int sideWidth = 0;
   float minScore = 0;
+  static LeadSearchParams FromPara(const float* para);
 };
-LeadSearchParams LeadSearchParamsFromPara(const float* para);
 
 // The image and template as matrix headers; nothing when a plane is missing, an area is zero
 // or the template does not fit into the image.

@@ -9,22 +9,17 @@
 namespace imgtarn::lead {
 namespace {
 
-// Judgement bits of result[9].
-constexpr int kPositionOff = 1;
-constexpr int kLeftBright = 2;
-constexpr int kRightBright = 4;
-constexpr int kNotFound = 8;
-
 struct JudgeParams {
   LeadSearchParams search;
   cv::Point2f expected;
   float tolerance = 0;
   float maxSideBrightness = 0;
+  static JudgeParams FromPara(const float* para);
 };
 
-JudgeParams FromPara(const float* para) {
+JudgeParams JudgeParams::FromPara(const float* para) {
   JudgeParams params;
-  params.search = LeadSearchParamsFromPara(para);
+  params.search = LeadSearchParams::FromPara(para);
   params.expected = cv::Point2f(para[7], para[8]);
   params.tolerance = para[9];
   params.maxSideBrightness = para[10];
@@ -82,7 +77,7 @@ void WriteResult(const LeadLayout& layout, const LeadMeasurement& m, float* resu
 int MeasureLeadRoi(const unsigned char* image, const unsigned char* leadTemplate, const float* para,
                    float* result) {
   if (para == nullptr || result == nullptr) return -1;
-  const JudgeParams params = FromPara(para);
+  const JudgeParams params = JudgeParams::FromPara(para);
   const std::optional<LeadPlanes> planes = WrapLeadPlanes(image, leadTemplate, params.search);
   if (!planes) return -1;
   const LeadLayout layout = LocateLead(*planes, params.search.sideWidth, params.search.minScore);

@@ -13,9 +13,10 @@ struct StepInput {
   float totalCount, offsetX, offsetY, scaleX, scaleY, unitX, unitY, adjustOff, countA, countB,
       stepEnable, stepSize, stepEnable2;
   int positionX, positionY;
+  static StepInput FromPara(const float* in);
 };
 
-StepInput ReadStepInput(const float* in) {
+StepInput StepInput::FromPara(const float* in) {
   return {in[0], in[1], in[2],  in[3],  in[4],  in[5],  in[6],           in[7],
           in[8], in[9], in[10], in[11], in[12], TruncToInt(in[13]), TruncToInt(in[14])};
 }
@@ -80,7 +81,7 @@ bool StepAxis(AxisState& axis, std::int16_t step) {
 }  // namespace
 
 int StepPositionToOffsets(const float* in, int inCount, float* out, int outCount) {
-  const StepInput input = ReadStepInput(in);
+  const StepInput input = StepInput::FromPara(in);
   // The pass-through values are written before the length check: hosts read them even when
   // the call is refused.
   out[0] = static_cast<float>(input.positionX);

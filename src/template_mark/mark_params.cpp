@@ -7,7 +7,7 @@
 
 namespace imgtarn::template_mark {
 
-MarkParams FromPara(const float* para) {
+MarkParams MarkParams::FromPara(const float* para) {
   MarkParams params;
   params.width = ParaInt(para, 0);
   params.height = ParaInt(para, 1);
@@ -22,7 +22,7 @@ bool EnterMarkOperation(const unsigned char* plane, const float* para, float* re
                         MarkParams& params) {
   result[0] = 0.0f;
   result[1] = 0.0f;
-  params = para != nullptr ? FromPara(para) : MarkParams();
+  params = para != nullptr ? MarkParams::FromPara(para) : MarkParams();
   if (IsUsablePlane(plane, params.width, params.height)) return true;
   result[2] = 0.0f;
   result[3] = 0.0f;

@@ -28,10 +28,9 @@ struct MarkParams {
   float markWidth = 0.0f;   // W, the mark's full nominal width
   float markHeight = 0.0f;  // H, the mark's full nominal height
   int debug = 0;
+  // para[0], para[1]: plane size; para[2], para[3]: half the nominal size; para[4]: debug.
+  static MarkParams FromPara(const float* para);
 };
-
-// para[0], para[1]: plane size; para[2], para[3]: half the nominal size; para[4]: debug.
-MarkParams FromPara(const float* para);
 
 // The entry both mark operations share: zeroes the centre in result[0..1] and reads para
 // into params. A missing plane, para or zero area is refused with all four results zeroed
