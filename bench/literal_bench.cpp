@@ -7,8 +7,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include "board.hpp"
-#include "buffers/buffers.hpp"
-#include "cad_overlay/cad_overlay.hpp"
+#include "buffers.hpp"
+#include "cad_overlay.hpp"
 #include "comparison.hpp"
 #include "imgtarn/imgtarn.hpp"
 

@@ -1,14 +1,15 @@
 # libimgtarn-vision.so, the typed API: the subsystem cores that libimgtarn.so is built from
 # (without its binary edge) behind cv::Mat functions. It is a library of its own so that
-# libimgtarn.so keeps exactly its four exports.
-set(IMGTARN_CORE_OBJECTS ${IMGTARN_OBJECTS})
-list(REMOVE_ITEM IMGTARN_CORE_OBJECTS $<TARGET_OBJECTS:imgtarn_interface>)
+# libimgtarn.so keeps exactly its four exports. Like the binary edge it sees the subsystems'
+# headers and src/common/, besides its own folder.
 file(GLOB_RECURSE IMGTARN_VISION_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/vision/*.cpp)
 
-add_library(imgtarn_vision SHARED ${IMGTARN_VISION_SOURCES} ${IMGTARN_CORE_OBJECTS})
+add_library(imgtarn_vision SHARED ${IMGTARN_VISION_SOURCES} ${IMGTARN_OBJECTS})
 target_include_directories(imgtarn_vision PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                                  $<INSTALL_INTERFACE:include>)
-target_include_directories(imgtarn_vision PRIVATE ${PROJECT_SOURCE_DIR}/src)
+foreach(folder IN ITEMS vision common ${IMGTARN_SUBSYSTEMS})
+  target_include_directories(imgtarn_vision PRIVATE ${PROJECT_SOURCE_DIR}/src/${folder})
+endforeach()
 target_include_directories(imgtarn_vision SYSTEM PRIVATE ${OpenCV_INCLUDE_DIRS})
 # cv::Mat crosses the interface, so users link OpenCV's core with it.
 target_link_libraries(imgtarn_vision PUBLIC opencv_core PRIVATE ${OpenCV_LIBS})

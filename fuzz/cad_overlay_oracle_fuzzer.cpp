@@ -5,7 +5,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 #include "fuzz_support.hpp"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include <opencv2/core.hpp>
 
-#include "edges/DalCanny.hpp"
-#include "edges/canny_fast.hpp"
+#include "DalCanny.hpp"
+#include "canny_fast.hpp"
 #include "fuzz_support.hpp"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "fuzz_support.hpp"
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 namespace mark = imgtarn::template_mark;
 

@@ -1,6 +1,6 @@
 // Buffer utilities: black holes, gain/offset, dominant levels, float median, resizing,
 // flat-field calibration and counting sort.
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@
 #include <tuple>
 #include <vector>
 
-#include "buffers/para_f.hpp"
+#include "para_f.hpp"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "common/debug_view.hpp"
+#include "debug_view.hpp"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Circle mark location on synthetic planes whose answer is known by construction: a bright
 // disc of known centre and radius on a darker, noisy board.
-#include "circle_mark/circle_mark.hpp"
+#include "circle_mark.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@
 #include <tuple>
 #include <vector>
 
-#include "common/debug_view.hpp"
+#include "debug_view.hpp"
 
 namespace cm = imgtarn::circle_mark;
 namespace debug_view = imgtarn::debug_view;

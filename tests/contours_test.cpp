@@ -1,5 +1,5 @@
 // Contour utilities on synthetic planes whose answers are known by construction.
-#include "contours/contours.hpp"
+#include "contours.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "common/debug_view.hpp"
-#include "common/fill_contours.hpp"
-#include "contours/contour_tools.hpp"
+#include "debug_view.hpp"
+#include "fill_contours.hpp"
+#include "contour_tools.hpp"
 
 namespace imgtarn::contours {
 namespace {

@@ -12,11 +12,11 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "common/debug_view.hpp"
-#include "edges/DalCanny.hpp"
-#include "edges/canny_fast.hpp"
-#include "edges/canny_rows.hpp"
-#include "edges/edges.hpp"
+#include "debug_view.hpp"
+#include "DalCanny.hpp"
+#include "canny_fast.hpp"
+#include "canny_rows.hpp"
+#include "edges.hpp"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "common/debug_view.hpp"
-#include "lead/lead.hpp"
+#include "debug_view.hpp"
+#include "lead.hpp"
 
 namespace imgtarn::lead {
 namespace {

@@ -1,4 +1,4 @@
-#include "numeric/numeric.hpp"
+#include "numeric.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "common/para.hpp"
+#include "para.hpp"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Template mark location: the shared pipeline stages on hand-made inputs and both operations
 // on synthetic boards whose marks are drawn at known positions.
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "common/debug_view.hpp"
+#include "debug_view.hpp"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Reading the buffer operations' para arrays into typed parameters.
-#include "buffers/buffer_params.hpp"
+#include "buffer_params.hpp"
 
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "common/para.hpp"
+#include "para.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -10,7 +10,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "buffers/buffer_params.hpp"
+#include "buffer_params.hpp"
 
 namespace imgtarn::buffers {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "buffers/buffers.hpp"
-#include "common/four_tables.hpp"
+#include "buffers.hpp"
+#include "four_tables.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -2,8 +2,8 @@
 #include <array>
 #include <cstdint>
 
-#include "buffers/buffers.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "buffers/buffers.hpp"
-#include "buffers/para_f.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "para_f.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {

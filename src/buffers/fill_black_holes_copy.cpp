@@ -10,7 +10,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/core/utility.hpp>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -2,9 +2,9 @@
 // calibration images, in the layout slot 25 applies.
 #include <cstdint>
 
-#include "buffers/buffers.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "buffers/buffers.hpp"
-#include "common/para.hpp"
+#include "buffers.hpp"
+#include "para.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -1,7 +1,7 @@
 // Per-sample gain and offset correction (slot 25).
 #include <cstdint>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -9,7 +9,7 @@
 #include <emmintrin.h>
 #include <opencv2/core.hpp>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -8,8 +8,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
-#include "buffers/buffers.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -1,6 +1,6 @@
 // Slot 30, mode 0: the windowed median on a float plane.
-#include "buffers/buffers.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 

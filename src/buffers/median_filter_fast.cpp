@@ -17,7 +17,7 @@
 
 #include <emmintrin.h>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 namespace {

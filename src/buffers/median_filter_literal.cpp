@@ -2,7 +2,7 @@
 // clipped window. Kept literal; faster versions are checked against it.
 #include <algorithm>
 
-#include "buffers/buffers.hpp"
+#include "buffers.hpp"
 
 namespace imgtarn::buffers {
 

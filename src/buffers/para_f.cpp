@@ -1,5 +1,5 @@
 // The parallel painting pass of black-hole filling.
-#include "buffers/para_f.hpp"
+#include "para_f.hpp"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // Scaling the three planes of a colour image into the caller's planes (slot 33).
 #include <opencv2/imgproc.hpp>
 
-#include "buffers/buffers.hpp"
-#include "common/plane.hpp"
+#include "buffers.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::buffers {
 namespace {

@@ -1,7 +1,7 @@
 // Projection profiles of a binarised pad image and the bands (runs of non-empty lines) in them.
 #include <algorithm>
 
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 
 namespace imgtarn::cad_overlay {
 

@@ -1,8 +1,8 @@
 // The smoothing-and-binarising front end of pad splitting and pad matching.
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/debug_view.hpp"
+#include "cad_overlay.hpp"
+#include "debug_view.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

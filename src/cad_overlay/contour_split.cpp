@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/debug_view.hpp"
-#include "common/fill_contours.hpp"
-#include "common/para.hpp"
+#include "cad_overlay.hpp"
+#include "debug_view.hpp"
+#include "fill_contours.hpp"
+#include "para.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

@@ -2,10 +2,10 @@
 #include <cmath>
 #include <vector>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "cad_overlay.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::cad_overlay {
 

@@ -2,7 +2,7 @@
 // second pass a rescale to the CAD box and a move onto the CAD centroid.
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

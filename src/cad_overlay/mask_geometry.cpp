@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/para.hpp"
+#include "cad_overlay.hpp"
+#include "para.hpp"
 
 namespace imgtarn::cad_overlay {
 

@@ -2,8 +2,8 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/debug_view.hpp"
+#include "cad_overlay.hpp"
+#include "debug_view.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

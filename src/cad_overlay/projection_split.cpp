@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/debug_view.hpp"
+#include "cad_overlay.hpp"
+#include "debug_view.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

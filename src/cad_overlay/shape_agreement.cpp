@@ -2,7 +2,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

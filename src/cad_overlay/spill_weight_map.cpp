@@ -2,8 +2,8 @@
 // repeated 3 x 3 growth, kept as the reference for any faster distance-based version.
 #include <opencv2/core.hpp>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/para.hpp"
+#include "cad_overlay.hpp"
+#include "para.hpp"
 
 namespace imgtarn::cad_overlay {
 

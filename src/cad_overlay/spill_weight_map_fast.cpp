@@ -14,8 +14,8 @@
 #include <opencv2/core.hpp>
 #include <vector>
 
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/para.hpp"
+#include "cad_overlay.hpp"
+#include "para.hpp"
 
 namespace imgtarn::cad_overlay {
 namespace {

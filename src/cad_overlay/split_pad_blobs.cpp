@@ -1,7 +1,7 @@
 // Slot 27: split a grey pad image into pad blobs and hand them to the host.
-#include "cad_overlay/cad_overlay.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "cad_overlay.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::cad_overlay {
 

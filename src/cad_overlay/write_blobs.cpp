@@ -1,7 +1,7 @@
 // The blob buffers handed to the host: pixel blocks back to back, four ints per blob.
 #include <cstring>
 
-#include "cad_overlay/cad_overlay.hpp"
+#include "cad_overlay.hpp"
 
 namespace imgtarn::cad_overlay {
 

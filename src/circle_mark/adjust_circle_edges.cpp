@@ -4,9 +4,9 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "circle_mark.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

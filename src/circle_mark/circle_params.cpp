@@ -1,6 +1,6 @@
 // Reading the float parameters of the mark operations into typed structs.
-#include "circle_mark/circle_mark.hpp"
-#include "common/para.hpp"
+#include "circle_mark.hpp"
+#include "para.hpp"
 
 namespace imgtarn::circle_mark {
 

@@ -1,9 +1,9 @@
 // The "closing circle": many Hough centres reduced to the centre of their enclosing circle.
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
+#include "circle_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

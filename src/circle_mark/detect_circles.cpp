@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "circle_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

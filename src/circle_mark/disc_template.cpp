@@ -1,9 +1,9 @@
 // The synthetic disc template and the correlation search that gives the first estimate.
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
+#include "circle_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

@@ -2,8 +2,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/debug_view.hpp"
+#include "circle_mark.hpp"
+#include "debug_view.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

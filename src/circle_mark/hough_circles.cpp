@@ -3,7 +3,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
+#include "circle_mark.hpp"
 
 namespace imgtarn::circle_mark {
 

@@ -1,7 +1,7 @@
 // Adapters of the three mark searches: slot 11 (both stages), slot 10 (template search alone)
 // and slot 12 (edge stage at half and at full size).
-#include "circle_mark/circle_mark.hpp"
-#include "common/plane.hpp"
+#include "circle_mark.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

@@ -2,7 +2,7 @@
 // the caller has already checked against its size.
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
+#include "circle_mark.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

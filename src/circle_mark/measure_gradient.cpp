@@ -1,7 +1,7 @@
 // The gradient-profile measurement of a bright disc inside a square window.
 #include <opencv2/imgproc.hpp>
 
-#include "circle_mark/circle_mark.hpp"
+#include "circle_mark.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

@@ -4,9 +4,9 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
+#include "circle_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
 
 namespace imgtarn::circle_mark {
 namespace {

@@ -1,4 +1,4 @@
-#include "common/debug_view.hpp"
+#include "debug_view.hpp"
 
 #include <sys/stat.h>
 

@@ -1,11 +1,11 @@
-#include "contours/contour_tools.hpp"
+#include "contour_tools.hpp"
 
 #include <algorithm>
 #include <climits>
 #include <opencv2/imgproc.hpp>
 
-#include "common/fill_contours.hpp"
-#include "common/para.hpp"
+#include "fill_contours.hpp"
+#include "para.hpp"
 
 namespace imgtarn::contours {
 namespace {

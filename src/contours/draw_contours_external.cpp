@@ -4,11 +4,11 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
-#include "contours/contour_tools.hpp"
-#include "contours/contours.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "plane.hpp"
+#include "contour_tools.hpp"
+#include "contours.hpp"
 
 namespace imgtarn::contours {
 namespace {

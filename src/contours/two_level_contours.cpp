@@ -2,7 +2,7 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "contours/contour_tools.hpp"
+#include "contour_tools.hpp"
 
 namespace imgtarn::contours {
 namespace {

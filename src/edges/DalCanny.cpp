@@ -1,13 +1,13 @@
 // The detector's entry points, its input check and its threshold rule. The work itself is
 // done by the stripe engine in canny_fast.cpp; canny_literal.cpp keeps the reference version.
-#include "edges/DalCanny.hpp"
+#include "DalCanny.hpp"
 
 #include <cstddef>
 #include <vector>
 
 #include <opencv2/core.hpp>
 
-#include "edges/canny_fast.hpp"
+#include "canny_fast.hpp"
 
 namespace imgtarn::edges {
 

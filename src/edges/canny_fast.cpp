@@ -10,7 +10,7 @@
 //     edges there; one thread then continues from those notes over the whole map.
 //  3. Per stripe: the output, 255 on edges, counting them on the way.
 // The source is read in passes 1 and 2 only, so dst may share its memory.
-#include "edges/canny_fast.hpp"
+#include "canny_fast.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,8 +19,8 @@
 
 #include <emmintrin.h>
 
-#include "common/four_tables.hpp"
-#include "edges/canny_rows.hpp"
+#include "four_tables.hpp"
+#include "canny_rows.hpp"
 
 namespace imgtarn::edges {
 

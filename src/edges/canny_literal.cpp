@@ -1,7 +1,7 @@
 // The literal reference detector: Sobel gradients, L1 magnitudes with their histogram, the
 // automatic thresholds, non-maximum suppression, hysteresis and the output pass, each a plain
 // loop that a reader can check line by line. It is the oracle of the production detector.
-#include "edges/DalCanny.hpp"
+#include "DalCanny.hpp"
 
 #include <algorithm>
 #include <cstdlib>

@@ -5,7 +5,7 @@
 
 #include <emmintrin.h>
 
-#include "edges/canny_rows.hpp"
+#include "canny_rows.hpp"
 
 namespace imgtarn::edges::canny_rows {
 

@@ -6,7 +6,7 @@
 
 #include <immintrin.h>
 
-#include "edges/canny_rows.hpp"
+#include "canny_rows.hpp"
 
 #define IMGTARN_AVX2 __attribute__((target("avx2")))
 

@@ -3,12 +3,12 @@
 #include <opencv2/core.hpp>
 #include <vector>
 
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "common/plane.hpp"
-#include "edges/DalCanny.hpp"
-#include "edges/edge_contours.hpp"
-#include "edges/edges.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "plane.hpp"
+#include "DalCanny.hpp"
+#include "edge_contours.hpp"
+#include "edges.hpp"
 
 namespace imgtarn::edges {
 

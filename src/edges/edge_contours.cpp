@@ -1,8 +1,8 @@
-#include "edges/edge_contours.hpp"
+#include "edge_contours.hpp"
 
 #include <opencv2/imgproc.hpp>
 
-#include "common/fill_contours.hpp"
+#include "fill_contours.hpp"
 
 namespace imgtarn::edges {
 

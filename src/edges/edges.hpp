@@ -4,7 +4,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "edges/DalCanny.hpp"
+#include "DalCanny.hpp"
 
 namespace imgtarn::edges {
 

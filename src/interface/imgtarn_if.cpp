@@ -1,13 +1,13 @@
 // The thin operations of ImgTarn_IF: argument forwarding and mode dispatch only.
-#include "buffers/buffers.hpp"
-#include "cad_overlay/cad_overlay.hpp"
-#include "circle_mark/circle_mark.hpp"
-#include "common/para.hpp"
-#include "contours/contours.hpp"
-#include "edges/edges.hpp"
+#include "buffers.hpp"
+#include "cad_overlay.hpp"
+#include "circle_mark.hpp"
+#include "para.hpp"
+#include "contours.hpp"
+#include "edges.hpp"
 #include "imgtarn/imgtarn.hpp"
-#include "lead/lead.hpp"
-#include "template_mark/template_mark.hpp"
+#include "lead.hpp"
+#include "template_mark.hpp"
 
 namespace buffers = imgtarn::buffers;
 namespace cad_overlay = imgtarn::cad_overlay;

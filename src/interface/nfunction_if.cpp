@@ -1,6 +1,6 @@
 // The thin operations of NFunction_IF.
 #include "imgtarn/imgtarn.hpp"
-#include "numeric/numeric.hpp"
+#include "numeric.hpp"
 
 int NFunction_IF::InvertPlane(unsigned char* plane, float* para, int paraCount) {
   return imgtarn::numeric::InvertPlane(plane, para, paraCount);

@@ -1,9 +1,9 @@
 // Slot 13: find the lead and report the regions left and right of it.
 #include <optional>
 
-#include "common/debug_view.hpp"
-#include "lead/lead.hpp"
-#include "lead/lead_tools.hpp"
+#include "debug_view.hpp"
+#include "lead.hpp"
+#include "lead_tools.hpp"
 
 namespace imgtarn::lead {
 namespace {

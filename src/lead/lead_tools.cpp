@@ -1,11 +1,11 @@
-#include "lead/lead_tools.hpp"
+#include "lead_tools.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "common/para.hpp"
-#include "common/plane.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::lead {
 

@@ -2,9 +2,9 @@
 #include <cmath>
 #include <optional>
 
-#include "common/debug_view.hpp"
-#include "lead/lead.hpp"
-#include "lead/lead_tools.hpp"
+#include "debug_view.hpp"
+#include "lead.hpp"
+#include "lead_tools.hpp"
 
 namespace imgtarn::lead {
 namespace {

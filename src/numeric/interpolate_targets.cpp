@@ -2,8 +2,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "common/para.hpp"
-#include "numeric/numeric.hpp"
+#include "para.hpp"
+#include "numeric.hpp"
 
 namespace imgtarn::numeric {
 namespace {

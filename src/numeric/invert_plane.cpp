@@ -1,7 +1,7 @@
 #include <cstdint>
 
-#include "common/para.hpp"
-#include "numeric/numeric.hpp"
+#include "para.hpp"
+#include "numeric.hpp"
 
 namespace imgtarn::numeric {
 namespace {

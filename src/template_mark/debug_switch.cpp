@@ -2,7 +2,7 @@
 // call and every stage it runs reads it back, so the stages need no debug argument.
 #include <atomic>
 
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

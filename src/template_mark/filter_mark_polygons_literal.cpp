@@ -1,6 +1,6 @@
 // The shape test's list walk as it has always run: each rejected contour is erased where it
 // stands. Kept as the reference the one-pass version is tested against.
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 

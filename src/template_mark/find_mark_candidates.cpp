@@ -1,8 +1,8 @@
 // The binarisation ladder that collects candidate polygons.
 #include <opencv2/imgproc.hpp>
 
-#include "common/debug_view.hpp"
-#include "template_mark/template_mark.hpp"
+#include "debug_view.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

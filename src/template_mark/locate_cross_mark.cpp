@@ -1,6 +1,6 @@
 // Slot 14: the centre and half sizes of a bright plus-shaped fiducial.
-#include "common/plane.hpp"
-#include "template_mark/template_mark.hpp"
+#include "plane.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 

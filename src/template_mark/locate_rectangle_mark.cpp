@@ -1,8 +1,8 @@
 // Slot 18: the centre and half sizes of a bright axis-aligned rectangular fiducial.
 #include <algorithm>
 
-#include "common/plane.hpp"
-#include "template_mark/template_mark.hpp"
+#include "plane.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

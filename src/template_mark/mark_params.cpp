@@ -1,9 +1,9 @@
 // Reading the template-mark operations' parameter array.
 #include <cmath>
 
-#include "common/para.hpp"
-#include "common/plane.hpp"
-#include "template_mark/template_mark.hpp"
+#include "para.hpp"
+#include "plane.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 

@@ -1,9 +1,9 @@
 // Drawn templates of the two mark shapes and the correlation score against them.
 #include <opencv2/imgproc.hpp>
 
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "template_mark/template_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

@@ -4,9 +4,9 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
-#include "common/debug_view.hpp"
-#include "common/para.hpp"
-#include "template_mark/template_mark.hpp"
+#include "debug_view.hpp"
+#include "para.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

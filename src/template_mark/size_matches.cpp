@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-#include "template_mark/template_mark.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::template_mark {
 namespace {

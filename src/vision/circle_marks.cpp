@@ -2,8 +2,8 @@
 // refinement of a circle.
 #include <algorithm>
 
-#include "circle_mark/circle_mark.hpp"
-#include "vision/input_checks.hpp"
+#include "circle_mark.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

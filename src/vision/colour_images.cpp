@@ -2,9 +2,9 @@
 // (slot 33), each on the image's red, green and blue planes as the slots see them.
 #include <opencv2/imgproc.hpp>
 
-#include "buffers/buffers.hpp"
-#include "vision/colour_planes.hpp"
-#include "vision/input_checks.hpp"
+#include "buffers.hpp"
+#include "colour_planes.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

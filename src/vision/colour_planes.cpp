@@ -1,5 +1,5 @@
 // Conversion between OpenCV's blue-green-red pixels and the host's red, green, blue planes.
-#include "vision/colour_planes.hpp"
+#include "colour_planes.hpp"
 
 namespace imgtarn::vision {
 

@@ -1,8 +1,8 @@
 // Integer values: the counting sort of slot 35.
 #include <climits>
 
-#include "buffers/buffers.hpp"
-#include "vision/input_checks.hpp"
+#include "buffers.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 

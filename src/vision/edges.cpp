@@ -1,7 +1,7 @@
 // Edges: the self-thresholding Canny detector of slot 23 and its contour stage.
-#include "edges/edges.hpp"
+#include "edges.hpp"
 
-#include "vision/input_checks.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 

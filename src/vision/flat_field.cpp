@@ -2,9 +2,9 @@
 // held as two colour images instead of the host's planar float array.
 #include <climits>
 
-#include "buffers/buffers.hpp"
-#include "vision/colour_planes.hpp"
-#include "vision/input_checks.hpp"
+#include "buffers.hpp"
+#include "colour_planes.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

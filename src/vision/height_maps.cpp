@@ -1,6 +1,6 @@
 // Height maps: the windowed median filter of slot 30 (mode 0).
-#include "buffers/buffers.hpp"
-#include "vision/input_checks.hpp"
+#include "buffers.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

@@ -2,7 +2,7 @@
 #include <fstream>
 #include <opencv2/imgcodecs.hpp>
 
-#include "vision/input_checks.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 

@@ -1,5 +1,5 @@
 // Argument checks of the typed operations and the exception they raise.
-#include "vision/input_checks.hpp"
+#include "input_checks.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // Pads: blob splitting (slot 27), template matching of the blobs (slot 26) and the CAD overlay
 // score (slot 20).
-#include "cad_overlay/cad_overlay.hpp"
-#include "vision/input_checks.hpp"
+#include "cad_overlay.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

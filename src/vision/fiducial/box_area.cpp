@@ -2,7 +2,7 @@
 // shares of box areas.
 #include <opencv2/core.hpp>
 
-#include "vision/fiducial/fiducial.hpp"
+#include "fiducial.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

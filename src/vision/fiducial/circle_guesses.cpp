@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "circle_mark/circle_mark.hpp"
-#include "common/para.hpp"
-#include "vision/fiducial/fiducial.hpp"
+#include "circle_mark.hpp"
+#include "para.hpp"
+#include "fiducial.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "vision/fiducial/fiducial.hpp"
+#include "fiducial.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "vision/fiducial/fiducial.hpp"
-#include "vision/input_checks.hpp"
+#include "fiducial.hpp"
+#include "input_checks.hpp"
 
 namespace imgtarn {
 namespace {

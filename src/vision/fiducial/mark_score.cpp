@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "vision/fiducial/fiducial.hpp"
+#include "fiducial.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

@@ -4,7 +4,7 @@
 #include <array>
 #include <cmath>
 
-#include "vision/fiducial/fiducial.hpp"
+#include "fiducial.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

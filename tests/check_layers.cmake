@@ -1,0 +1,105 @@
+# The layering of src/, checked on the sources: cmake -DSOURCE_DIR=<checkout> -P <this file>.
+#
+# - A subsystem folder (SUBSYSTEMS below) and src/common/ include, in quotes, only files of
+#   their own folder, and a subsystem also those of src/common/; neither includes an
+#   <imgtarn/...> header.
+# - src/interface/ and src/vision/ include, besides their own folder and src/common/, only a
+#   subsystem's main header (src/<subsystem>/<subsystem>.hpp) and their own public header
+#   (include/imgtarn/imgtarn.hpp or include/imgtarn/vision.hpp).
+# - src/interface/ holds no OpenCV code: no <opencv2/...> include and no cv:: name outside
+#   comments. OpenCV types reach it only inside the subsystem headers it includes.
+# A quoted include is resolved as the compiler does: next to the including file first, then
+# along the folder's include path. Every violation is printed with its file and line; any
+# fails the check.
+cmake_minimum_required(VERSION 3.16)
+set(SUBSYSTEMS buffers cad_overlay circle_mark contours edges lead numeric template_mark)
+set(src ${SOURCE_DIR}/src)
+set(violations "")
+
+function(report file line message)
+  file(RELATIVE_PATH shown ${SOURCE_DIR} ${file})
+  set(violations "${violations}${shown}:${line}: ${message}\n" PARENT_SCOPE)
+endfunction()
+
+# The file a quoted include names, or "" when none of the searched folders has it.
+function(resolve file name folder result)
+  get_filename_component(here ${file} DIRECTORY)
+  set(path ${src}/${folder} ${src}/common)
+  if(folder STREQUAL "interface" OR folder STREQUAL "vision")
+    list(APPEND path ${SOURCE_DIR}/include)
+    foreach(sub IN LISTS SUBSYSTEMS)
+      list(APPEND path ${src}/${sub})
+    endforeach()
+  endif()
+  foreach(dir IN ITEMS ${here} ${path})
+    if(EXISTS ${dir}/${name})
+      get_filename_component(found ${dir}/${name} REALPATH)
+      set(${result} ${found} PARENT_SCOPE)
+      return()
+    endif()
+  endforeach()
+  set(${result} "" PARENT_SCOPE)
+endfunction()
+
+function(allowed folder target result)
+  set(ok FALSE)
+  if(target MATCHES "^${src}/${folder}/")
+    set(ok TRUE)
+  elseif(target MATCHES "^${src}/common/" AND NOT folder STREQUAL "common")
+    set(ok TRUE)
+  elseif(folder STREQUAL "interface" AND target STREQUAL "${SOURCE_DIR}/include/imgtarn/imgtarn.hpp")
+    set(ok TRUE)
+  elseif(folder STREQUAL "vision" AND target STREQUAL "${SOURCE_DIR}/include/imgtarn/vision.hpp")
+    set(ok TRUE)
+  elseif(folder STREQUAL "interface" OR folder STREQUAL "vision")
+    foreach(sub IN LISTS SUBSYSTEMS)
+      if(target STREQUAL "${src}/${sub}/${sub}.hpp")
+        set(ok TRUE)
+      endif()
+    endforeach()
+  endif()
+  set(${result} ${ok} PARENT_SCOPE)
+endfunction()
+
+get_filename_component(src ${src} REALPATH)
+get_filename_component(SOURCE_DIR ${SOURCE_DIR} REALPATH)
+foreach(folder IN ITEMS common interface vision ${SUBSYSTEMS})
+  file(GLOB_RECURSE files ${src}/${folder}/*.cpp ${src}/${folder}/*.hpp)
+  foreach(file IN LISTS files)
+    # One list entry per line: the characters CMake's lists treat specially go first.
+    file(READ ${file} text)
+    string(REGEX REPLACE "[][;\\]" "_" text "${text}")
+    string(REPLACE "\n" ";" lines "${text}")
+    set(number 0)
+    foreach(line IN LISTS lines)
+      math(EXPR number "${number} + 1")
+      if(line MATCHES "^[ \t]*#[ \t]*include[ \t]*\"([^\"]+)\"")
+        set(name ${CMAKE_MATCH_1})
+        resolve(${file} ${name} ${folder} target)
+        if(target STREQUAL "")
+          report(${file} ${number} "\"${name}\" is not in ${folder}'s include path")
+        else()
+          allowed(${folder} ${target} ok)
+          if(NOT ok)
+            file(RELATIVE_PATH shown ${SOURCE_DIR} ${target})
+            report(${file} ${number} "${folder} may not include ${shown}")
+          endif()
+        endif()
+      elseif(line MATCHES "^[ \t]*#[ \t]*include[ \t]*<(imgtarn/[^>]+)>")
+        report(${file} ${number} "${folder} may not include <${CMAKE_MATCH_1}>")
+      endif()
+      if(folder STREQUAL "interface")
+        string(REGEX REPLACE "//.*$" "" code "${line}")
+        if(code MATCHES "^[ \t]*#[ \t]*include[ \t]*<opencv2/")
+          report(${file} ${number} "the binary edge includes OpenCV")
+        elseif(code MATCHES "cv::")
+          report(${file} ${number} "the binary edge uses OpenCV (cv::)")
+        endif()
+      endif()
+    endforeach()
+  endforeach()
+endforeach()
+
+if(violations)
+  message(FATAL_ERROR "Layering violations:\n${violations}")
+endif()
