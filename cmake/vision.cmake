@@ -11,6 +11,7 @@ foreach(folder IN ITEMS vision common ${IMGTARN_SUBSYSTEMS})
   target_include_directories(imgtarn_vision PRIVATE ${PROJECT_SOURCE_DIR}/src/${folder})
 endforeach()
 target_include_directories(imgtarn_vision SYSTEM PRIVATE ${OpenCV_INCLUDE_DIRS})
+target_compile_options(imgtarn_vision PRIVATE -Wconversion -Wno-sign-conversion)
 # cv::Mat crosses the interface, so users link OpenCV's core with it.
 target_link_libraries(imgtarn_vision PUBLIC opencv_core PRIVATE ${OpenCV_LIBS})
 set_target_properties(imgtarn_vision PROPERTIES OUTPUT_NAME imgtarn-vision EXPORT_NAME vision

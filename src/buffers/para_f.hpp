@@ -35,8 +35,6 @@ class parallelFillBlackHoleBody : public ParallelLoopBody {
   const Mat& r_;
   const Mat& g_;
   const Mat& b_;
-  const uchar* colour_;
-  int* work_;
   int colStart_, colEnd_;
   uchar fillR_, fillB_, fillG_;
 };

@@ -21,12 +21,15 @@ constexpr float kTemplateHitScore = 0.85f;
 // threshold has always been computed (5 x 0.17f rounds to exactly 0.85f).
 constexpr float kRegionCircleWeight = 0.17f;
 
+// Half a template side, in the single precision of the centre arithmetic.
+float Half(int side) { return static_cast<float>(side) * 0.5f; }
+
 // The template-sized rectangle centred on the template estimate. The estimate is the match
 // corner plus the integer half size, so this lands back on the match corner inside the image;
 // the intersection only guards a hand-made estimate.
 cv::Rect TemplateRegion(const CircleEstimate& found, cv::Size templateSize, cv::Size image) {
-  const int x = TruncToInt(static_cast<float>(TruncToInt(found.x)) - templateSize.width * 0.5f);
-  const int y = TruncToInt(static_cast<float>(TruncToInt(found.y)) - templateSize.height * 0.5f);
+  const int x = TruncToInt(static_cast<float>(TruncToInt(found.x)) - Half(templateSize.width));
+  const int y = TruncToInt(static_cast<float>(TruncToInt(found.y)) - Half(templateSize.height));
   return cv::Rect(cv::Point(x, y), templateSize) & cv::Rect(cv::Point(0, 0), image);
 }
 
@@ -49,8 +52,8 @@ CircleList FullImageCircles(const cv::Mat& smooth, float radius) {
 // the image border over a complete look-alike elsewhere.
 float ScoreCandidate(const cv::Mat& smooth, const cv::Vec3f& circle, cv::Size templateSize,
                      float radius, bool debug) {
-  int x = TruncToInt(static_cast<float>(TruncToInt(circle[0])) - templateSize.width * 0.5f);
-  int y = TruncToInt(static_cast<float>(TruncToInt(circle[1])) - templateSize.height * 0.5f);
+  int x = TruncToInt(static_cast<float>(TruncToInt(circle[0])) - Half(templateSize.width));
+  int y = TruncToInt(static_cast<float>(TruncToInt(circle[1])) - Half(templateSize.height));
   x = std::max(0, x);
   y = std::max(0, y);
   const int width = std::min(templateSize.width, smooth.cols - x);
@@ -141,8 +144,8 @@ std::optional<cv::Point2f> LocateByTemplateSearch(const cv::Mat& src, float radi
   if (evidence == TemplateEvidence::kClosingCircle) {
     const std::optional<cv::Point> closing = ClosingCircleCentre(region, radius, debug);
     if (!closing) return templateCentre;
-    return cv::Point2f(found.x + static_cast<float>(closing->x) - disc.cols * 0.5f,
-                       found.y + static_cast<float>(closing->y) - disc.rows * 0.5f);
+    return cv::Point2f(found.x + static_cast<float>(closing->x) - Half(disc.cols),
+                       found.y + static_cast<float>(closing->y) - Half(disc.rows));
   }
   return BestScoredCircle(smooth, radius, disc.size(), debug);
 }

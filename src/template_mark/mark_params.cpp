@@ -33,8 +33,8 @@ bool ExpectedSizeUsable(float markWidth, float markHeight, cv::Size plane) {
   // Written as positive comparisons so that NaN fails them too. Below one pixel the
   // templates would be empty; beyond the plane no contour of that size can exist and the
   // template buffers would only grow without bound.
-  return markWidth >= 1.0f && markHeight >= 1.0f && markWidth <= plane.width &&
-         markHeight <= plane.height;
+  return markWidth >= 1.0f && markHeight >= 1.0f && markWidth <= static_cast<float>(plane.width) &&
+         markHeight <= static_cast<float>(plane.height);
 }
 
 }  // namespace imgtarn::template_mark

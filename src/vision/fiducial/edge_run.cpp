@@ -31,9 +31,9 @@ EdgeLine MeasureEdgeRun(const cv::Mat& plane, const EdgeRun& run, float reach,
       const float expected = before / profile.step;
       if (static_cast<float>(profile.values.size()) < expected + 1.0f / profile.step) continue;
       ++line.profiles;
-      const float span = reach / profile.step;
+      const float window = reach / profile.step;
       const std::optional<EdgeCrossing> edge =
-          FallingEdge(profile, expected - span, expected + span, expected, level);
+          FallingEdge(profile, expected - window, expected + window, expected, level);
       if (!edge) continue;
       offsets.push_back(edge->index * profile.step - before);
       darks.push_back(edge->dark);

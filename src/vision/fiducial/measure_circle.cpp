@@ -62,7 +62,8 @@ std::vector<float> PixelsInside(const cv::Mat& plane, const Circle& circle, floa
   std::vector<float> values;
   for (int y = box.y; y < box.y + box.height; ++y)
     for (int x = box.x; x < box.x + box.width; ++x)
-      if (std::hypot(x - circle.centre.x, y - circle.centre.y) <= reach)
+      if (std::hypot(static_cast<float>(x) - circle.centre.x,
+                     static_cast<float>(y) - circle.centre.y) <= reach)
         values.push_back(plane.at<float>(y, x));
   return values;
 }

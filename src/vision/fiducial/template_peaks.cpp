@@ -25,8 +25,8 @@ float DiscCoverage(cv::Point2f pixel, cv::Point2f centre, float radius) {
   int inside = 0;
   for (int sy = 0; sy < kSuperSamples; ++sy)
     for (int sx = 0; sx < kSuperSamples; ++sx) {
-      const float x = pixel.x - 0.5f + (sx + 0.5f) / kSuperSamples;
-      const float y = pixel.y - 0.5f + (sy + 0.5f) / kSuperSamples;
+      const float x = pixel.x - 0.5f + (static_cast<float>(sx) + 0.5f) / kSuperSamples;
+      const float y = pixel.y - 0.5f + (static_cast<float>(sy) + 0.5f) / kSuperSamples;
       if (std::hypot(x - centre.x, y - centre.y) <= radius) ++inside;
     }
   return static_cast<float>(inside) / (kSuperSamples * kSuperSamples);
