@@ -15,8 +15,8 @@ cv::Mat GreyBoard(int width, int height, unsigned seed) {
     }
   }
   for (int i = 0; i < 4; ++i) {
-    cv::circle(board, cv::Point(rng.uniform(100, width - 100), rng.uniform(100, height - 100)),
-               30, cv::Scalar(230), cv::FILLED, cv::LINE_AA);
+    cv::circle(board, cv::Point(rng.uniform(100, width - 100), rng.uniform(100, height - 100)), 30,
+               cv::Scalar(230), cv::FILLED, cv::LINE_AA);
   }
   cv::GaussianBlur(board, board, cv::Size(3, 3), 0);
   return board;
@@ -34,7 +34,8 @@ ColourBoard ColourBoardWithHoles(int width, int height) {
   board.g(copper).setTo(board.copper[1]);
   board.b(copper).setTo(board.copper[2]);
   for (int i = 0; i < 2000; ++i) {
-    const cv::Point centre(rng.uniform(copper.x, copper.br().x), rng.uniform(copper.y, copper.br().y));
+    const cv::Point centre(rng.uniform(copper.x, copper.br().x),
+                           rng.uniform(copper.y, copper.br().y));
     const int radius = rng.uniform(2, 12);
     for (cv::Mat* plane : {&board.r, &board.g, &board.b})
       cv::circle(*plane, centre, radius, cv::Scalar(rng.uniform(0, 6)), cv::FILLED);

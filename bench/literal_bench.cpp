@@ -1,10 +1,9 @@
 // Operations measured through the host's view of the library against the literal reference
 // versions they must agree with bit for bit. The references are slow, so they run few
 // iterations.
-#include <vector>
-
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
 #include "board.hpp"
 #include "buffers.hpp"
@@ -73,8 +72,8 @@ const std::vector<unsigned char>& CalibrationStack() {
 
 float* FlatFieldPara(int window) {
   static float para[10];
-  const float values[10] = {0, 1, kSide, kSide, static_cast<float>(window), 1.5f, 0.5f, 120,
-                            200, 5};
+  const float values[10] = {0,    1,    kSide, kSide, static_cast<float>(window),
+                            1.5f, 0.5f, 120,   200,   5};
   std::copy(values, values + 10, para);
   return para;
 }

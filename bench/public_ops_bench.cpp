@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
-#include <utility>
-#include <vector>
-
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
+#include <utility>
+#include <vector>
 
 #include "board.hpp"
 #include "comparison.hpp"
@@ -61,7 +60,8 @@ struct GainOffsetData {
   int count = kBoardWidth * kBoardHeight;
   std::vector<float> coefficients;
   std::vector<unsigned char> out, copySource, copyTarget;
-  GainOffsetData() : coefficients(2 * count), out(count), copySource(5 * count), copyTarget(5 * count) {
+  GainOffsetData()
+      : coefficients(2 * count), out(count), copySource(5 * count), copyTarget(5 * count) {
     cv::RNG rng(3);
     for (int i = 0; i < count; ++i) {
       coefficients[i] = rng.uniform(-8.0f, 8.0f);
@@ -100,10 +100,12 @@ std::vector<int>& GreyLevels() {
 }
 
 const bool registered = [] {
-  Compare("canny_1thread", 1.3, [](benchmark::State& s) { CannyOurs(s, 1); },
-          [](benchmark::State& s) { CannyReference(s, 1); });
-  Compare("canny", 1.3, [](benchmark::State& s) { CannyOurs(s, -1); },
-          [](benchmark::State& s) { CannyReference(s, -1); });
+  Compare(
+      "canny_1thread", 1.3, [](benchmark::State& s) { CannyOurs(s, 1); },
+      [](benchmark::State& s) { CannyReference(s, 1); });
+  Compare(
+      "canny", 1.3, [](benchmark::State& s) { CannyOurs(s, -1); },
+      [](benchmark::State& s) { CannyReference(s, -1); });
 
   Compare(
       "gain_offset", 1.5,
@@ -157,8 +159,12 @@ const bool registered = [] {
                          original.copper};
         ColourBoard copies{original.r.clone(), original.g.clone(), original.b.clone(),
                            original.copper};  // the operation copies its result out too
-        float para[6] = {kBoardWidth, kBoardHeight, static_cast<float>(work.copper[0]),
-                         static_cast<float>(work.copper[1]), static_cast<float>(work.copper[2]), 0};
+        float para[6] = {kBoardWidth,
+                         kBoardHeight,
+                         static_cast<float>(work.copper[0]),
+                         static_cast<float>(work.copper[1]),
+                         static_cast<float>(work.copper[2]),
+                         0};
         // Only black pixels are ever painted; putting just those back restores the input
         // without streaming three whole planes through the cache between the timed calls,
         // which the reference does not have to live with either.

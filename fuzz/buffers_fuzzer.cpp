@@ -50,18 +50,23 @@ void DominantLevels(FuzzedDataProvider& data, void* object) {
 void FillBlackHoles(FuzzedDataProvider& data, void* object) {
   fuzz::PlaneSize size;
   if (!fuzz::DrawSize(data, 256, &size)) return;
-  float para[6] = {size.w, size.h, ParaValue(data, 255), ParaValue(data, 255),
-                   ParaValue(data, 255), 0.0f};
+  float para[6] = {size.w, size.h, ParaValue(data, 255), ParaValue(data, 255), ParaValue(data, 255),
+                   0.0f};
   // A large thread count would legitimately start that many OpenCV workers.
   switch (data.ConsumeIntegralInRange<int>(0, 3)) {
-    case 0: para[5] = std::numeric_limits<float>::quiet_NaN(); break;
-    case 1: para[5] = data.ConsumeBool() ? INFINITY : -INFINITY; break;
-    default: para[5] = static_cast<float>(data.ConsumeIntegralInRange<int>(-2, 4));
+    case 0:
+      para[5] = std::numeric_limits<float>::quiet_NaN();
+      break;
+    case 1:
+      para[5] = data.ConsumeBool() ? INFINITY : -INFINITY;
+      break;
+    default:
+      para[5] = static_cast<float>(data.ConsumeIntegralInRange<int>(-2, 4));
   }
   std::vector<std::vector<unsigned char>> planes;
   for (int i = 0; i < 6; ++i) planes.push_back(fuzz::Plane(data, size.width, size.height));
-  CallSlot<int>(object, 29, fuzz::Ptr(planes[0]), fuzz::Ptr(planes[1]), fuzz::Ptr(planes[2]),
-                para, fuzz::Ptr(planes[3]), fuzz::Ptr(planes[4]), fuzz::Ptr(planes[5]));
+  CallSlot<int>(object, 29, fuzz::Ptr(planes[0]), fuzz::Ptr(planes[1]), fuzz::Ptr(planes[2]), para,
+                fuzz::Ptr(planes[3]), fuzz::Ptr(planes[4]), fuzz::Ptr(planes[5]));
 }
 
 void MedianFilter(FuzzedDataProvider& data, void* object) {
@@ -117,13 +122,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   FuzzedDataProvider data(bytes, size);
   void* object = fuzz::Object();
   switch (data.ConsumeIntegralInRange<int>(0, 6)) {
-    case 0: FlatField(data, object); break;
-    case 1: GainOffset(data, object); break;
-    case 2: DominantLevels(data, object); break;
-    case 3: FillBlackHoles(data, object); break;
-    case 4: MedianFilter(data, object); break;
-    case 5: Resize(data, object); break;
-    default: CountingSort(data, object);
+    case 0:
+      FlatField(data, object);
+      break;
+    case 1:
+      GainOffset(data, object);
+      break;
+    case 2:
+      DominantLevels(data, object);
+      break;
+    case 3:
+      FillBlackHoles(data, object);
+      break;
+    case 4:
+      MedianFilter(data, object);
+      break;
+    case 5:
+      Resize(data, object);
+      break;
+    default:
+      CountingSort(data, object);
   }
   return 0;
 }

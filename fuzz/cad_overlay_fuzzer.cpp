@@ -52,8 +52,8 @@ void Match(FuzzedDataProvider& data, void* object) {
 void Split(FuzzedDataProvider& data, void* object) {
   fuzz::PlaneSize size;
   if (!fuzz::DrawSize(data, 40, &size)) return;
-  float para[6] = {size.w, size.h, ParaValue(data, 2), 0.0f, ParaValue(data, 6),
-                   ParaValue(data, 6)};
+  float para[6] = {
+      size.w, size.h, ParaValue(data, 2), 0.0f, ParaValue(data, 6), ParaValue(data, 6)};
   // At most one blob per sample; a larger grid given in para takes its cell count.
   long long entries = std::max<long long>(size.samples, 1);
   if (fuzz::AsInt(para[4]) > 0 && fuzz::AsInt(para[5]) > 0) {
@@ -63,8 +63,8 @@ void Split(FuzzedDataProvider& data, void* object) {
   }
   std::vector<int> rects(static_cast<std::size_t>(4 * entries));
   // Each blob at most one line longer than the plane.
-  const long long blobMax = std::max<long long>(size.samples, 1) *
-                            (std::max(size.width, 0) + 1) * (std::max(size.height, 0) + 1);
+  const long long blobMax = std::max<long long>(size.samples, 1) * (std::max(size.width, 0) + 1) *
+                            (std::max(size.height, 0) + 1);
   std::vector<unsigned char> pixels(static_cast<std::size_t>(blobMax));
   std::vector<unsigned char> plane = fuzz::Plane(data, size.width, size.height);
   float grid[2];
@@ -79,9 +79,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   void* object = fuzz::Object();
   try {
     switch (data.ConsumeIntegralInRange<int>(0, 2)) {
-      case 0: Overlay(data, object); break;
-      case 1: Match(data, object); break;
-      default: Split(data, object);
+      case 0:
+        Overlay(data, object);
+        break;
+      case 1:
+        Match(data, object);
+        break;
+      default:
+        Split(data, object);
     }
   } catch (const cv::Exception&) {
   }

@@ -2,7 +2,6 @@
 // the literal ring-growth construction, on any pair of pad and boundary masks. Any difference
 // in a weight or the ring count aborts, so libFuzzer keeps the input.
 #include <cstdlib>
-
 #include <opencv2/core.hpp>
 
 #include "cad_overlay.hpp"
@@ -44,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const co::SpillRings rings(cad, boundary);
   for (int y = 0; y < plane.height; ++y) {
     for (int x = 0; x < plane.width; ++x) {
-      if (cad.at<unsigned char>(y, x) == 0 && rings.WeightOffPad(y, x) != literal.at<unsigned char>(y, x))
+      if (cad.at<unsigned char>(y, x) == 0 &&
+          rings.WeightOffPad(y, x) != literal.at<unsigned char>(y, x))
         std::abort();
     }
   }

@@ -1,8 +1,7 @@
 // Circle marks (slots 2, 3, 4, 5, 10, 11, 12, 17) with any plane size and parameters.
+#include <cstdio>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
-
-#include <cstdio>
 #include <string>
 
 #include "fuzz_support.hpp"
@@ -69,10 +68,11 @@ void Plain(FuzzedDataProvider& data, void* object) {
 void Locate(FuzzedDataProvider& data, void* object, int slot) {
   fuzz::PlaneSize size;
   if (!fuzz::DrawSize(data, slot == 12 ? 160 : 96, &size)) return;
-  float para[5] = {size.w, size.h, ParaValue(data, 40), ParaValue(data, 40),
-                   ParaValue(data, 40)};
-  if (slot == 17) para[3] = ParaValue(data, 100);
-  else if (data.ConsumeIntegralInRange<int>(0, 3) != 0) para[4] = 0.0f;
+  float para[5] = {size.w, size.h, ParaValue(data, 40), ParaValue(data, 40), ParaValue(data, 40)};
+  if (slot == 17)
+    para[3] = ParaValue(data, 100);
+  else if (data.ConsumeIntegralInRange<int>(0, 3) != 0)
+    para[4] = 0.0f;
   std::vector<unsigned char> plane = fuzz::Plane(data, size.width, size.height);
   float result[5] = {1, 2, 3, 4, 5};
   CallSlot<int>(object, slot, fuzz::MaybeNull(data, plane), para, static_cast<void*>(nullptr),
@@ -86,14 +86,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   void* object = fuzz::Object();
   try {
     switch (data.ConsumeIntegralInRange<int>(0, 7)) {
-      case 0: HoughDemo(data, object); break;
-      case 1: Smoothed(data, object); break;
-      case 2: FromText(data, object); break;
-      case 3: Plain(data, object); break;
-      case 4: Locate(data, object, 10); break;
-      case 5: Locate(data, object, 11); break;
-      case 6: Locate(data, object, 12); break;
-      default: Locate(data, object, 17);
+      case 0:
+        HoughDemo(data, object);
+        break;
+      case 1:
+        Smoothed(data, object);
+        break;
+      case 2:
+        FromText(data, object);
+        break;
+      case 3:
+        Plain(data, object);
+        break;
+      case 4:
+        Locate(data, object, 10);
+        break;
+      case 5:
+        Locate(data, object, 11);
+        break;
+      case 6:
+        Locate(data, object, 12);
+        break;
+      default:
+        Locate(data, object, 17);
     }
   } catch (const cv::Exception&) {
     // Errors raised inside OpenCV leave these operations by contract.

@@ -53,7 +53,9 @@ void Call(FuzzedDataProvider& data, void* object, int slot) {
       CallSlot<int>(object, 8, fuzz::MaybeNull(data, a), p.data());
       break;
     }
-    case 9: case 15: case 19: {
+    case 9:
+    case 15:
+    case 19: {
       std::vector<float> p = Para(data, 6, s);
       if (Count(p[5]) > kMaxCapacity) return;
       const int per = slot == 9 ? 3 : 1, head = slot == 19 ? 2 : 1;
@@ -71,8 +73,8 @@ void Call(FuzzedDataProvider& data, void* object, int slot) {
     }
     case 21: {
       std::vector<float> p = Para(data, 8, s);
-      const int mode = data.ConsumeBool() ? data.ConsumeIntegralInRange(-5, 200)
-                                          : data.ConsumeIntegral<int>();
+      const int mode =
+          data.ConsumeBool() ? data.ConsumeIntegralInRange(-5, 200) : data.ConsumeIntegral<int>();
       CallSlot<int>(object, 21, fuzz::MaybeNull(data, a), fuzz::MaybeNull(data, b),
                     fuzz::MaybeNull(data, c), p.data(), mode, fuzz::MaybeNull(data, d));
       break;

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
-#include "fill_contours.hpp"
 #include "contour_tools.hpp"
+#include "fill_contours.hpp"
 #include "fuzz_support.hpp"
 
 namespace ct = imgtarn::contours;

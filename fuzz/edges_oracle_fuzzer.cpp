@@ -2,7 +2,6 @@
 // any plane, threshold pair, stripe count and kernel choice. Any difference in the edge map,
 // the thresholds or the edge count aborts, so libFuzzer keeps the input.
 #include <cstdlib>
-
 #include <opencv2/core.hpp>
 
 #include "DalCanny.hpp"
@@ -19,7 +18,8 @@ edges::CannyRequest DrawRequest(FuzzedDataProvider& data) {
   request.l2gradient = data.ConsumeBool();
   request.given.low = data.ConsumeIntegralInRange<int>(-4, 1600);
   request.given.high = data.ConsumeIntegralInRange<int>(-4, 1600);
-  request.kernels = data.ConsumeBool() ? edges::CannyKernels::kBest : edges::CannyKernels::kPortable;
+  request.kernels =
+      data.ConsumeBool() ? edges::CannyKernels::kBest : edges::CannyKernels::kPortable;
   request.stripes = data.ConsumeIntegralInRange<int>(0, 9);
   return request;
 }

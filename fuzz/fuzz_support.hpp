@@ -88,7 +88,6 @@ T* Ptr(std::vector<T>& v) {
   return v.empty() ? dummy : v.data();
 }
 
-
 // A plane size drawn as two para values, with the integers the operation reads from them.
 struct PlaneSize {
   float w = 0, h = 0;

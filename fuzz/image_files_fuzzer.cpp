@@ -1,8 +1,7 @@
 // Image files (slots 31 and 32), paths only inside the working directory (fuzz/run runs the
 // harnesses in a scratch directory).
-#include <opencv2/core.hpp>
-
 #include <fstream>
+#include <opencv2/core.hpp>
 #include <stdexcept>
 #include <string>
 
@@ -10,8 +9,8 @@
 
 namespace {
 
-const char* const kNames[] = {"a.png", "a.bmp", "a.jpg", "a.tif", "a.xyz", "noext", "",
-                              "garbage.png", "missing.bmp", "a.pgm"};
+const char* const kNames[] = {"a.png", "a.bmp", "a.jpg",       "a.tif",       "a.xyz",
+                              "noext", "",      "garbage.png", "missing.bmp", "a.pgm"};
 
 std::string DrawName(FuzzedDataProvider& data) {
   static const bool garbage = [] {
@@ -56,8 +55,8 @@ void Load(FuzzedDataProvider& data, void* object) {
   if (data.ConsumeIntegralInRange<int>(0, 7) == 0) para[0] = EmptyCount(data);
   unsigned char *r = nullptr, *g = nullptr, *b = nullptr;
   try {
-    fuzz::CallSlot<int>(object, 31, reinterpret_cast<unsigned char*>(fuzz::Ptr(path)), &r, &g,
-                        &b, para);
+    fuzz::CallSlot<int>(object, 31, reinterpret_cast<unsigned char*>(fuzz::Ptr(path)), &r, &g, &b,
+                        para);
   } catch (const std::out_of_range&) {
     // An unreadable file.
   }
@@ -70,7 +69,9 @@ void Load(FuzzedDataProvider& data, void* object) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
-  if (data.ConsumeBool()) Save(data, fuzz::Object());
-  else Load(data, fuzz::Object());
+  if (data.ConsumeBool())
+    Save(data, fuzz::Object());
+  else
+    Load(data, fuzz::Object());
   return 0;
 }

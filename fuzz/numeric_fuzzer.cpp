@@ -8,8 +8,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     case 0: {
       float para[3] = {fuzz::ParaValue(data), fuzz::ParaValue(data), fuzz::ParaValue(data)};
       // The count is the wrapped 32-bit product, so two negative sizes make a plane too.
-      const auto samples = static_cast<std::int32_t>(static_cast<std::uint32_t>(fuzz::AsInt(para[0])) *
-                                                     static_cast<std::uint32_t>(fuzz::AsInt(para[1])));
+      const auto samples =
+          static_cast<std::int32_t>(static_cast<std::uint32_t>(fuzz::AsInt(para[0])) *
+                                    static_cast<std::uint32_t>(fuzz::AsInt(para[1])));
       if (samples > fuzz::kMaxSamples) return 0;
       std::vector<unsigned char> plane = fuzz::Bytes(data, samples);
       fuzz::CallSlot<int>(object, 0, fuzz::Ptr(plane), para, data.ConsumeIntegralInRange(-2, 5));

@@ -8,8 +8,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   fuzz::PlaneSize plane_size;
   if (!fuzz::DrawSize(data, 128, &plane_size)) return 0;
   const int slot = data.ConsumeBool() ? 14 : 18;
-  float para[5] = {plane_size.w, plane_size.h, fuzz::ParaValue(data, 40),
-                   fuzz::ParaValue(data, 40), 0.0f};
+  float para[5] = {plane_size.w, plane_size.h, fuzz::ParaValue(data, 40), fuzz::ParaValue(data, 40),
+                   0.0f};
   // Debug views are switched on now and then; they write their files into the scratch dir.
   if (data.ConsumeIntegralInRange<int>(0, 7) == 0) para[4] = fuzz::ParaValue(data, 3);
   std::vector<unsigned char> plane = fuzz::Plane(data, plane_size.width, plane_size.height);

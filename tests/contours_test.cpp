@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "contour_tools.hpp"
 #include "debug_view.hpp"
 #include "fill_contours.hpp"
-#include "contour_tools.hpp"
 
 namespace imgtarn::contours {
 namespace {

@@ -1,22 +1,23 @@
 // Edge detection: the production detector against the literal one (both kernel sets, one and
 // several threads, many stripes), the literal one against OpenCV's Canny, the threshold rule,
 // the input checks and the adapter of slot 23.
+#include "edges.hpp"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
-
-#include "debug_view.hpp"
 #include "DalCanny.hpp"
 #include "canny_fast.hpp"
 #include "canny_rows.hpp"
-#include "edges.hpp"
+#include "debug_view.hpp"
 
 namespace {
 

@@ -2,18 +2,17 @@
 // and call operations through the raw virtual table by slot index, with its own function
 // types. Nothing of the library's header is used, so this proves slot order and arguments.
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-#include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
 
 #include "support/host_library.hpp"
 

@@ -1,5 +1,7 @@
 // Lead measurement on synthetic images: a lead drawn at a known offset from where the host
 // expects it, cut and judged through the same template.
+#include "lead.hpp"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "debug_view.hpp"
-#include "lead.hpp"
 
 namespace imgtarn::lead {
 namespace {

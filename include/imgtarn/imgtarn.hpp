@@ -138,8 +138,8 @@ class ImgTarn_IF {
   // Contour rules as for slot 6.
   //   plane: source (read). ringMask: ring mask out (ring pixels 255, bores and the rest 0)
   //   or null. solidMask: solid mask out, or null. solids: solid entries out, or null. rings:
-  //   ring entries out, or null. An entry is 4 floats: centre x, centre y (centroid of the enclosed pixels, so a
-  //   ring's bore counts towards its centre), enclosed pixel count, background pixels
+  //   ring entries out, or null. An entry is 4 floats: centre x, centre y (centroid of the enclosed
+  //   pixels, so a ring's bore counts towards its centre), enclosed pixel count, background pixels
   //   enclosed (the hole area; 0 for a solid).
   //   para in: [3] minimum enclosed pixel count (smaller blobs are skipped), [5] minimum hole
   //     area (area of the hole's contour polygon; smaller holes are pin holes and ignored),
@@ -292,9 +292,9 @@ class ImgTarn_IF {
   // Slot 15. Approximates each blob's outer contour by a polygon (Douglas-Peucker); the
   // vertex counts tell triangles, rectangles and round shapes apart. Contour rules as for
   // slot 6 (para is read only).
-  //   source: source plane (read). drawing: drawing out (cleared to 0, each closed polygon drawn 255
-  //   one pixel wide) or null.
-  //   para in: [3] tolerance in pixels (negative or NaN: 0, which keeps every corner),
+  //   source: source plane (read). drawing: drawing out (cleared to 0, each closed polygon drawn
+  //   255 one pixel wide) or null. para in: [3] tolerance in pixels (negative or NaN: 0, which
+  //   keeps every corner),
   //     [5] capacity.
   //   result out: [0] number of contours; from [1], one vertex count per contour.
   //   Returns -1 also for a null result.
@@ -402,8 +402,8 @@ class ImgTarn_IF {
 
   // Slot 21. Ring-shaped regions by morphology. Contour rules as for slot 6; para[3] is the
   // ring radius r. Dispatch: mode < 100 runs the band routine with (planeC, planeB, planeA,
-  // para, plane); mode >= 100 runs the between-masks routine with (planeA, planeB, planeC, para). The mode is not
-  // passed on.
+  // para, plane); mode >= 100 runs the between-masks routine with (planeA, planeB, planeC, para).
+  // The mode is not passed on.
   //   mode < 100, band around the blob edges of plane (source, read): planeA band out
   //     (required; dilated minus eroded), planeB outer ring out (dilated minus source) or null,
   //     planeC inner ring out (source minus eroded) or null. Blob edges on the plane border get
@@ -411,12 +411,13 @@ class ImgTarn_IF {
   //   mode >= 100, ring between two masks (e.g. a pad and the paste printed on it): planeA
   //     outer mask (read), planeB inner mask (read), planeC ring out (required; planeA
   //     foreground not covered by planeB, opened with the disc so slivers narrower than it
-  //     vanish; r = 0 keeps all). plane is not read. para out: [5] ring pixel count, [6] number of ring pieces.
+  //     vanish; r = 0 keeps all). plane is not read. para out: [5] ring pixel count, [6] number of
+  //     ring pieces.
   //   Outputs are 255 inside, 0 outside. Returns -1 also for a missing required plane.
   //   Example: float p[8] = {w, h, 0, 2};
   //            obj->MorphRing(band, outerRing, innerRing, p, 0, padMask);
-  virtual int MorphRing(unsigned char* planeA, unsigned char* planeB, unsigned char* planeC, float* para,
-                        int mode, unsigned char* plane);
+  virtual int MorphRing(unsigned char* planeA, unsigned char* planeB, unsigned char* planeC,
+                        float* para, int mode, unsigned char* plane);
 
   // Slot 22. Fills polygons given by the host into a plane, with a level or with the samples
   // of a source plane (cutting regions such as CAD pads out of an image).
@@ -563,9 +564,9 @@ class ImgTarn_IF {
   //     below 1) gives 0. Returns 0. Plane pointers are not checked.
   //   Example: unsigned char levels[3];
   //            obj->FindDominantLevels(r, g, b, w, h, levels);
-  virtual int FindDominantLevels(unsigned char* plane0, unsigned char* plane1, unsigned char* plane2,
-                                 int width,
-                                 int height, unsigned char* levels);
+  virtual int FindDominantLevels(unsigned char* plane0, unsigned char* plane1,
+                                 unsigned char* plane2, int width, int height,
+                                 unsigned char* levels);
 
   // Slot 29. Paints the black pixels (R, G and B all <= 5) inside the area showing a
   // reference colour with that colour, in place, then copies the planes to outR, outG, outB.
@@ -590,7 +591,8 @@ class ImgTarn_IF {
   // Mode 0, square-window median of a float plane (width x height floats, rows packed):
   //   heights (in/out): the plane; receives the medians. filtered (out): receives the plane
   //     as it was before the call.
-  //   para (in): [0] kMedianFilterMode, [1] width, [2] height, [3] window k (reaches (k - 1) / 2 samples
+  //   para (in): [0] kMedianFilterMode, [1] width, [2] height, [3] window k (reaches (k - 1) / 2
+  //   samples
   //     each way, clipped at the borders; k < 0 leaves every window empty), [4] lower limit L,
   //     [5] upper limit U (both truncated), [6] even-count rule: within 0.001 of 0 the lower
   //     middle value, within 0.001 of 1 the upper one, else their mean, [7] limit switch:
@@ -634,7 +636,8 @@ class ImgTarn_IF {
   //   Example: float p[5] = {640, 480, 320, 240, 0};
   //            obj->ResizePlanes(r, g, b, smallR, smallG, smallB, p);
   virtual int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
-                           unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para);
+                           unsigned char* dst0, unsigned char* dst1, unsigned char* dst2,
+                           float* para);
 
   // Slot 34. Draws a filled mask of the blobs: 255 inside every outer contour (holes
   // filled), 0 elsewhere. Contour rules as for slot 6.

@@ -6,9 +6,8 @@
 #define IMGTARN_BUFFERS_BUFFERS_HPP
 
 #include <cstdint>
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 #include "buffer_params.hpp"
 
@@ -27,8 +26,8 @@ int FindDominantLevels(unsigned char* plane0, unsigned char* plane1, unsigned ch
                        int width, int height, unsigned char* levels);
 // Mode 0 of slot 30.
 int MedianFilterFloatPlane(float* heights, float* filtered, float* para);
-int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
-                 unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para);
+int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2, unsigned char* dst0,
+                 unsigned char* dst1, unsigned char* dst2, float* para);
 int ComputeFlatFieldCoefficients(unsigned char* stack, float* para, float* coefficients,
                                  int* cleared);
 int CountingSortValues(int* values, float* para, int* permutation);

@@ -4,9 +4,9 @@
 // agree everywhere: below 2^31 in magnitude both truncate alike; a float of 2^31 or more in
 // magnitude is a multiple of 256, so its 64-bit low byte is 0, and so is the low byte of the
 // 0x80000000 that the 32-bit conversion gives for it, for NaN and for infinities.
-#include <algorithm>
-
 #include <emmintrin.h>
+
+#include <algorithm>
 #include <opencv2/core.hpp>
 
 #include "buffers.hpp"

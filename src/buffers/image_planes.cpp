@@ -1,12 +1,11 @@
 // Image files to and from the host's planar buffers (slots 31 and 32).
 #include <cstring>
 #include <memory>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
 
 #include "buffers.hpp"
 #include "plane.hpp"

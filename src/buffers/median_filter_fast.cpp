@@ -8,14 +8,14 @@
 //    a + b, (a + b) - b and (a + b) - a are all exact: every arithmetic exchange is a true swap,
 //    the exchange sort ends sorted, and any selection algorithm finds the same order statistics
 //    (equal values are equal bit patterns, since -0 is excluded and no swap can create it).
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
-
-#include <emmintrin.h>
 
 #include "buffers.hpp"
 
@@ -116,8 +116,8 @@ float PickBySelection(float* values, int n, EvenRule rule) {
 
 namespace {
 
-constexpr int kLanes = 4;             // neighbouring output samples filtered side by side
-constexpr int kLargestNetwork = 64;   // windows of up to 8 x 8 samples sort by network
+constexpr int kLanes = 4;            // neighbouring output samples filtered side by side
+constexpr int kLargestNetwork = 64;  // windows of up to 8 x 8 samples sort by network
 
 // Batcher's odd-even merge sort for `size` (a power of two) inputs, as comparator pairs.
 std::vector<std::pair<int, int>> OddEvenMergeNetwork(int size) {
@@ -264,10 +264,9 @@ void MedianFilterFast(const cv::Mat& source, cv::Mat& result, const MedianParams
   int networkSize = 2;
   while (networkSize < largest) networkSize *= 2;
   const bool byLanes = largest <= kLargestNetwork && largest > 1;
-  const auto network = byLanes && exact
-                           ? PruneNetwork(OddEvenMergeNetwork(networkSize), networkSize,
-                                          static_cast<int>(largest))
-                           : std::vector<std::pair<int, int>>();
+  const auto network = byLanes && exact ? PruneNetwork(OddEvenMergeNetwork(networkSize),
+                                                       networkSize, static_cast<int>(largest))
+                                        : std::vector<std::pair<int, int>>();
   LaneWindows lanes;
   if (byLanes) lanes.samples.resize(static_cast<std::size_t>(networkSize) * kLanes);
   for (int y = 0; y < source.rows; ++y) {
@@ -288,8 +287,8 @@ void MedianFilterFast(const cv::Mat& source, cv::Mat& result, const MedianParams
         continue;
       }
       for (int l = 0; l < kLanes; ++l)
-        out[x + l] = n[l] == 0 ? params.lower
-                               : PickFromLane(lanes, l, params.evenRule, values.data());
+        out[x + l] =
+            n[l] == 0 ? params.lower : PickFromLane(lanes, l, params.evenRule, values.data());
     }
     for (; x < source.cols; ++x)
       out[x] = MedianAt(source, top, bottom, x, half, params, exact, values.data());

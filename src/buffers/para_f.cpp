@@ -1,9 +1,9 @@
 // The parallel painting pass of black-hole filling.
 #include "para_f.hpp"
 
-#include <algorithm>
-
 #include <emmintrin.h>
+
+#include <algorithm>
 
 namespace cv {
 namespace {

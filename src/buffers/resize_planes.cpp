@@ -22,8 +22,8 @@ void ResizeInto(unsigned char* src, unsigned char* dst, const ResizeParams& para
 
 }  // namespace
 
-int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2,
-                 unsigned char* dst0, unsigned char* dst1, unsigned char* dst2, float* para) {
+int ResizePlanes(unsigned char* src0, unsigned char* src1, unsigned char* src2, unsigned char* dst0,
+                 unsigned char* dst1, unsigned char* dst2, float* para) {
   const ResizeParams params = ResizeParams::FromPara(para);
   if (params.dstWidth < 1 || params.dstHeight < 1) return -1;
   ResizeInto(src0, dst0, params);

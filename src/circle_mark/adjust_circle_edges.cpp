@@ -120,8 +120,8 @@ CircleEdgeParams CircleEdgeParams::FromPara(const float* para) {
 int AdjustCircleEdges(unsigned char* plane, float* para, float* result) {
   const CircleEdgeParams params = CircleEdgeParams::FromPara(para);
   if (!IsUsablePlane(plane, params.width, params.height)) return -1;
-  const std::optional<EllipseFit> fit = FitCircleEdges(
-      WrapPlane(plane, params.width, params.height), params.centre, params.radius);
+  const std::optional<EllipseFit> fit =
+      FitCircleEdges(WrapPlane(plane, params.width, params.height), params.centre, params.radius);
   if (!fit) return -1;
   result[0] = fit->centre.x;
   result[1] = fit->centre.y;

@@ -71,8 +71,10 @@ cv::Point2f MeasureAround(const EdgeStage& stage, cv::Point2f centre, int margin
                           cv::Point2f fallback) {
   const float r = stage.radius;
   const int side = TruncToInt(2.0f * r + static_cast<float>(2 * margin));
-  const int x0 = TruncToInt(static_cast<float>(TruncToInt(centre.x)) - r - static_cast<float>(margin));
-  const int y0 = TruncToInt(static_cast<float>(TruncToInt(centre.y)) - r - static_cast<float>(margin));
+  const int x0 =
+      TruncToInt(static_cast<float>(TruncToInt(centre.x)) - r - static_cast<float>(margin));
+  const int y0 =
+      TruncToInt(static_cast<float>(TruncToInt(centre.y)) - r - static_cast<float>(margin));
   const std::optional<GradientMeasure> measure =
       MeasureCircleByGradient(stage.blurred, cv::Rect(x0, y0, side, side));
   cv::Point2f result = fallback;

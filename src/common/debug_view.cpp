@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-
 #include <opencv2/highgui.hpp>
 #include <opencv2/imgcodecs.hpp>
 

@@ -8,10 +8,9 @@
 #define IMGTARN_COMMON_DEBUG_VIEW_HPP
 
 #include <mutex>
+#include <opencv2/core.hpp>
 #include <string>
 #include <vector>
-
-#include <opencv2/core.hpp>
 
 namespace imgtarn::debug_view {
 
@@ -45,7 +44,7 @@ class RecordingSink : public Sink {
     Kind kind;
     std::string name;  // window title or file path; empty for waits and CloseAll
     int milliseconds;
-    cv::Mat image;     // a copy of what was shown or written
+    cv::Mat image;  // a copy of what was shown or written
   };
   void Show(const std::string& title, const cv::Mat& image) override;
   void Write(const std::string& path, const cv::Mat& image) override;

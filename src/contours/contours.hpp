@@ -10,8 +10,8 @@ int DrawContoursAllExternal(const unsigned char* source, float* para, unsigned c
 int ClassifyRingContours(unsigned char* ringMask, unsigned char* solidMask, float* solids,
                          float* para, float* rings, const unsigned char* plane);
 int MorphBoundingRects(const unsigned char* source, float* para);
-int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask,
-                     const float* para, unsigned char* labels, float* result);
+int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask, const float* para,
+                     unsigned char* labels, float* result);
 int ApproxContoursDemo(const unsigned char* source, const float* para, unsigned char* drawing,
                        float* result);
 // Slot 19: para[3] == 0 counts the pixels each outer contour encloses, any other value the

@@ -2,11 +2,11 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "contour_tools.hpp"
+#include "contours.hpp"
 #include "debug_view.hpp"
 #include "para.hpp"
 #include "plane.hpp"
-#include "contour_tools.hpp"
-#include "contours.hpp"
 
 namespace imgtarn::contours {
 namespace {
@@ -17,7 +17,9 @@ struct MaskParams {
   static MaskParams FromPara(const float* para);
 };
 
-MaskParams MaskParams::FromPara(const float* para) { return {PlaneParams::FromPara(para), ParaInt(para, 3)}; }
+MaskParams MaskParams::FromPara(const float* para) {
+  return {PlaneParams::FromPara(para), ParaInt(para, 3)};
+}
 
 // Returns the number of blobs drawn.
 int DrawFilledBlobs(const cv::Mat& binary, int minArea, cv::Mat* mask) {

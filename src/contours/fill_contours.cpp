@@ -5,11 +5,11 @@
 #include <optional>
 #include <vector>
 
+#include "contour_tools.hpp"
+#include "contours.hpp"
 #include "debug_view.hpp"
 #include "para.hpp"
 #include "plane.hpp"
-#include "contour_tools.hpp"
-#include "contours.hpp"
 
 namespace imgtarn::contours {
 namespace {

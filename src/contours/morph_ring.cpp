@@ -2,11 +2,11 @@
 // between two masks.
 #include <opencv2/imgproc.hpp>
 
+#include "contour_tools.hpp"
+#include "contours.hpp"
 #include "debug_view.hpp"
 #include "para.hpp"
 #include "plane.hpp"
-#include "contour_tools.hpp"
-#include "contours.hpp"
 
 namespace imgtarn::contours {
 namespace {

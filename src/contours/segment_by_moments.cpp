@@ -4,11 +4,11 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "contour_tools.hpp"
+#include "contours.hpp"
 #include "debug_view.hpp"
 #include "para.hpp"
 #include "plane.hpp"
-#include "contour_tools.hpp"
-#include "contours.hpp"
 
 namespace imgtarn::contours {
 namespace {
@@ -56,8 +56,8 @@ Segments Segment(const cv::Mat& binary, int minArea) {
 
 }  // namespace
 
-int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask,
-                     const float* para, unsigned char* labels, float* result) {
+int SegmentByMoments(const unsigned char* plane, const unsigned char* regionMask, const float* para,
+                     unsigned char* labels, float* result) {
   if (para == nullptr || result == nullptr) return -1;
   const SegmentParams params = SegmentParams::FromPara(para);
   const int width = params.plane.width, height = params.plane.height;

@@ -3,9 +3,8 @@
 #include "DalCanny.hpp"
 
 #include <cstddef>
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 #include "canny_fast.hpp"
 
@@ -16,8 +15,9 @@ namespace imgtarn::edges {
 // is the routine callers know, whichever version of the detector ran (the reference version
 // checks here too, so both raise the same error).
 void RequireEightBitPlane(const cv::Mat& image) {
-  // Callers log the depth failure with its file and line (DalCanny.cpp:22); keep the check
-  // on that line.
+  // Callers log the depth failure with its file and line (DalCanny.cpp:22), so the check
+  // keeps that line: every line above it counts, the includes clang-format groups too
+  // (edges_test fails when it moves).
   if (image.depth() != CV_8U) {
     cv::error(cv::Error::StsAssert, "src.depth() == CV_8U", "MyCanny", __FILE__, __LINE__);
   }

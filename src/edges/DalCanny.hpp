@@ -8,9 +8,8 @@
 #define IMGTARN_EDGES_DALCANNY_HPP
 
 #include <cstddef>
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 namespace imgtarn::edges {
 

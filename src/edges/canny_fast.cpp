@@ -12,15 +12,15 @@
 // The source is read in passes 1 and 2 only, so dst may share its memory.
 #include "canny_fast.hpp"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
-#include <emmintrin.h>
-
-#include "four_tables.hpp"
 #include "canny_rows.hpp"
+#include "four_tables.hpp"
 
 namespace imgtarn::edges {
 
@@ -121,8 +121,8 @@ struct StripeHistogram {
 
   void Add(const std::int16_t* words, int cols) {
     // The magnitude sits above the two direction bits of a word.
-    CountIntoTables(words, cols, [](std::int16_t word) { return word >> 2; }, tables.data(),
-                    kMagnitudeBins);
+    CountIntoTables(
+        words, cols, [](std::int16_t word) { return word >> 2; }, tables.data(), kMagnitudeBins);
   }
 };
 

@@ -1,13 +1,12 @@
 // The literal reference detector: Sobel gradients, L1 magnitudes with their histogram, the
 // automatic thresholds, non-maximum suppression, hysteresis and the output pass, each a plain
 // loop that a reader can check line by line. It is the oracle of the production detector.
-#include "DalCanny.hpp"
-
 #include <algorithm>
 #include <cstdlib>
+#include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include <opencv2/imgproc.hpp>
+#include "DalCanny.hpp"
 
 namespace imgtarn::edges {
 
@@ -223,9 +222,8 @@ void MyCannyLiteral(cv::InputArray src, cv::OutputArray dst, bool l2gradient, Ca
   TraceEdges(dx, dy, magnitudes, thresholds, dst, trace, stackUse);
 }
 
-void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst,
-                                CannyThresholds thresholds, CannyTrace* trace,
-                                StackUse* stackUse) {
+void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,
+                                CannyTrace* trace, StackUse* stackUse) {
   cv::Mat image;
   if (!PrepareImage(src, dst, image, trace, stackUse)) return;
   cv::Mat dx, dy;

@@ -1,11 +1,11 @@
 // Portable row kernels of the fast detector: the scalar versions of the gradient words and the
 // suppression, used on CPUs without AVX2 and for the columns the wide kernels leave over.
-#include <algorithm>
-#include <cstdlib>
+#include "canny_rows.hpp"
 
 #include <emmintrin.h>
 
-#include "canny_rows.hpp"
+#include <algorithm>
+#include <cstdlib>
 
 namespace imgtarn::edges::canny_rows {
 

@@ -2,9 +2,9 @@
 // The library is built for baseline x86-64, so only these functions are compiled for AVX2 and
 // the caller picks them after checking the CPU. Each leaves the columns it cannot reach with
 // full vectors to the portable kernel, which computes the same values.
-#include <algorithm>
-
 #include <immintrin.h>
+
+#include <algorithm>
 
 #include "canny_rows.hpp"
 

@@ -3,12 +3,12 @@
 #include <opencv2/core.hpp>
 #include <vector>
 
-#include "debug_view.hpp"
-#include "para.hpp"
-#include "plane.hpp"
 #include "DalCanny.hpp"
+#include "debug_view.hpp"
 #include "edge_contours.hpp"
 #include "edges.hpp"
+#include "para.hpp"
+#include "plane.hpp"
 
 namespace imgtarn::edges {
 

@@ -2,9 +2,8 @@
 #ifndef IMGTARN_EDGES_EDGE_CONTOURS_HPP
 #define IMGTARN_EDGES_EDGE_CONTOURS_HPP
 
-#include <vector>
-
 #include <opencv2/core.hpp>
+#include <vector>
 
 namespace imgtarn::edges {
 

@@ -2,11 +2,11 @@
 #include "buffers.hpp"
 #include "cad_overlay.hpp"
 #include "circle_mark.hpp"
-#include "para.hpp"
 #include "contours.hpp"
 #include "edges.hpp"
 #include "imgtarn/imgtarn.hpp"
 #include "lead.hpp"
+#include "para.hpp"
 #include "template_mark.hpp"
 
 namespace buffers = imgtarn::buffers;
@@ -80,8 +80,7 @@ int ImgTarn_IF::LocateCircleMarkRoi(unsigned char* plane, float* para, void*, fl
   return circle_mark::LocateCircleMarkRoi(plane, para, result);
 }
 
-int ImgTarn_IF::CutLeadRois(unsigned char* image, unsigned char* leadTemplate, void*,
-                            float* para) {
+int ImgTarn_IF::CutLeadRois(unsigned char* image, unsigned char* leadTemplate, void*, float* para) {
   return lead::CutLeadRois(image, leadTemplate, para);
 }
 

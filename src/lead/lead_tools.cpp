@@ -61,9 +61,9 @@ LeadLayout LocateLead(const LeadPlanes& planes, int sideWidth, float minScore) {
   layout.found = match.score >= minScore;
   if (!layout.found) return layout;
   layout.box = cv::Rect(match.location, planes.leadTemplate.size());
-  layout.centre =
-      cv::Point2f(static_cast<float>(layout.box.x) + static_cast<float>(layout.box.width - 1) / 2.0f,
-                  static_cast<float>(layout.box.y) + static_cast<float>(layout.box.height - 1) / 2.0f);
+  layout.centre = cv::Point2f(
+      static_cast<float>(layout.box.x) + static_cast<float>(layout.box.width - 1) / 2.0f,
+      static_cast<float>(layout.box.y) + static_cast<float>(layout.box.height - 1) / 2.0f);
   const cv::Rect whole(0, 0, planes.image.cols, planes.image.rows);
   sideWidth = std::min(sideWidth, whole.width);  // wider only overflows the rectangle sums
   layout.left =

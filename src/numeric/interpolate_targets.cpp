@@ -2,8 +2,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "para.hpp"
 #include "numeric.hpp"
+#include "para.hpp"
 
 namespace imgtarn::numeric {
 namespace {

@@ -1,7 +1,7 @@
 #include <cstdint>
 
-#include "para.hpp"
 #include "numeric.hpp"
+#include "para.hpp"
 
 namespace imgtarn::numeric {
 namespace {

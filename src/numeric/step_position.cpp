@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "para.hpp"
 #include "numeric.hpp"
+#include "para.hpp"
 
 namespace imgtarn::numeric {
 namespace {
@@ -17,8 +17,21 @@ struct StepInput {
 };
 
 StepInput StepInput::FromPara(const float* in) {
-  return {in[0], in[1], in[2],  in[3],  in[4],  in[5],  in[6],           in[7],
-          in[8], in[9], in[10], in[11], in[12], TruncToInt(in[13]), TruncToInt(in[14])};
+  return {in[0],
+          in[1],
+          in[2],
+          in[3],
+          in[4],
+          in[5],
+          in[6],
+          in[7],
+          in[8],
+          in[9],
+          in[10],
+          in[11],
+          in[12],
+          TruncToInt(in[13]),
+          TruncToInt(in[14])};
 }
 
 struct AxisState {

@@ -11,8 +11,7 @@ namespace {
 // Both templates keep a 5-pixel black margin so the correlation sees the mark's edges.
 constexpr int kMargin = 5;
 
-void ShowTemplate(const cv::Mat& templ, MarkKind debugKind, const char* title,
-                  const char* file) {
+void ShowTemplate(const cv::Mat& templ, MarkKind debugKind, const char* title, const char* file) {
   if (DebugSwitch(debugKind) == 0) return;
   debug_view::Show(title, templ);
   debug_view::Write(file, templ);
@@ -52,9 +51,7 @@ double TemplateScore(const cv::Mat& image, const cv::Mat& templ) {
 }
 
 MarkTemplates::MarkTemplates(MarkKind kind, float markWidth, float markHeight)
-    : kind_(kind),
-      markWidth_(TruncToInt(markWidth)),
-      markHeight_(TruncToInt(markHeight)) {}
+    : kind_(kind), markWidth_(TruncToInt(markWidth)), markHeight_(TruncToInt(markHeight)) {}
 
 cv::Mat MarkTemplates::Get() {
   if (kind_ == MarkKind::kCross) return DrawCrossTemplate(markWidth_, markHeight_, kind_);

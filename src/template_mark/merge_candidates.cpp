@@ -1,7 +1,6 @@
 // Folding repeated detections of one mark (the ladder finds a clear mark at several levels)
 // into one candidate each.
 #include <cmath>
-
 #include <opencv2/imgproc.hpp>
 
 #include "template_mark.hpp"

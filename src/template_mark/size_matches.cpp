@@ -13,8 +13,8 @@ float AspectRatio(float w, float h) { return w > h ? h / (w + 1e-7f) : w / (h + 
 bool AspectMatches(float expectedW, float expectedH, float w, float h, float tol) {
   const float expected = AspectRatio(expectedW, expectedH);
   const float measured = AspectRatio(w, h);
-  const float q = measured > expected ? expected / (measured + 1e-7f)
-                                      : measured / (expected + 1e-7f);
+  const float q =
+      measured > expected ? expected / (measured + 1e-7f) : measured / (expected + 1e-7f);
   return !(tol > q);
 }
 

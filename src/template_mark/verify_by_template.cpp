@@ -1,7 +1,6 @@
 // The fallback check of a contour that failed the polygon tests: correlation of the image
 // around its bounding box with the drawn mark.
 #include <algorithm>
-
 #include <opencv2/imgproc.hpp>
 
 #include "template_mark.hpp"
@@ -13,8 +12,7 @@ namespace {
 // image. The right and bottom clip use >=, so a box ending one pixel short of the border
 // is clipped too; the result is the same region.
 cv::Rect GrownCropRect(const cv::Rect& box, cv::Size image) {
-  cv::Rect crop(std::max(box.x - 5, 0), std::max(box.y - 5, 0), box.width + 10,
-                box.height + 10);
+  cv::Rect crop(std::max(box.x - 5, 0), std::max(box.y - 5, 0), box.width + 10, box.height + 10);
   if (crop.x + crop.width >= image.width) crop.width = image.width - crop.x;
   if (crop.y + crop.height >= image.height) crop.height = image.height - crop.y;
   return crop;

@@ -1,6 +1,6 @@
 // Cross and rectangle marks: the template-mark searches of slots 14 and 18.
-#include "template_mark.hpp"
 #include "input_checks.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn {
 namespace {

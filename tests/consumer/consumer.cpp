@@ -1,7 +1,6 @@
 // Creates both objects through the installed header and library and calls one slot of each.
-#include <imgtarn/imgtarn.hpp>
-
 #include <cstdio>
+#include <imgtarn/imgtarn.hpp>
 
 int main() {
   ImgTarn_IF* img = ImgTarn_IFCreate();

@@ -45,8 +45,7 @@ class HostLibrary {
 template <bool kNumeric>
 class Object {
  public:
-  Object()
-      : object_(kNumeric ? HostLibrary::Get().createNum() : HostLibrary::Get().createImg()) {}
+  Object() : object_(kNumeric ? HostLibrary::Get().createNum() : HostLibrary::Get().createImg()) {}
   ~Object() {
     if (kNumeric)
       HostLibrary::Get().releaseNum(object_);

@@ -5,7 +5,6 @@
 #define IMGTARN_TESTS_SUPPORT_OPENCV_THREADS_HPP
 
 #include <cstdlib>
-
 #include <opencv2/core.hpp>
 
 namespace test_support {

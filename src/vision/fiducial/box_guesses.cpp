@@ -1,8 +1,8 @@
 // First guesses for a cross or rectangle mark, from the library's binarisation ladder.
 #include <algorithm>
 
-#include "template_mark.hpp"
 #include "fiducial.hpp"
+#include "template_mark.hpp"
 
 namespace imgtarn::fiducial {
 namespace {

@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "circle_mark.hpp"
-#include "para.hpp"
 #include "fiducial.hpp"
+#include "para.hpp"
 
 namespace imgtarn::fiducial {
 namespace {
