@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "debug_view.hpp"
+#include "support/scenes.hpp"
 
 namespace {
 
@@ -16,17 +17,13 @@ namespace co = imgtarn::cad_overlay;
 using imgtarn::debug_view::RecordingSink;
 using imgtarn::debug_view::ScopedSink;
 
+using scenes::Filled;
 cv::Mat Mask(cv::Size size, const std::vector<cv::Rect>& rects, int value = 255) {
-  cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
-  for (const cv::Rect& r : rects) mask(r).setTo(value);
-  return mask;
+  return Filled(size, rects, value);
 }
-
 // A dark board with bright pads: what the splitter sees.
 cv::Mat PadField(cv::Size size, const std::vector<cv::Rect>& pads) {
-  cv::Mat image(size, CV_8UC1, cv::Scalar(30));
-  for (const cv::Rect& r : pads) image(r).setTo(220);
-  return image;
+  return Filled(size, pads, 220, 30);
 }
 
 std::vector<cv::Rect> Boxes(const co::BlobSplit& split) {
@@ -65,31 +62,10 @@ TEST(MaskGeometry, ShapeIsTheMeanAndExtentOfTheSetPixels) {
   }
 }
 
-struct ClampCase {
-  cv::Rect in, out;
-};
-class ClampRect : public ::testing::TestWithParam<ClampCase> {};
-TEST_P(ClampRect, PullsTheRectInsideTenByEight) {
-  EXPECT_EQ(co::ClampRectToImage(GetParam().in, 10, 8), GetParam().out);
-}
-INSTANTIATE_TEST_SUITE_P(Cases, ClampRect,
-                         ::testing::Values(ClampCase{{2, 3, 4, 4}, {2, 3, 4, 4}},
-                                           ClampCase{{-3, -1, 4, 4}, {0, 0, 4, 4}},
-                                           ClampCase{{8, 6, 4, 4}, {6, 4, 4, 4}},
-                                           ClampCase{{3, 2, 14, 12}, {0, 0, 10, 8}}));
-
 TEST(MaskGeometry, NearestUnitScaleTakesTheRatioNearerOneAndHeightOnATie) {
   EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 11, 20}), 1.1f);
   EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 30, 8}), 0.8f);
   EXPECT_FLOAT_EQ(co::NearestUnitScale({0, 0, 10, 10}, {0, 0, 12, 8}), 0.8f);  // tie
-}
-
-TEST(MaskGeometry, PlaceAloneClearsAndCutsAtTheBorder) {
-  cv::Mat image(4, 4, CV_8UC1, cv::Scalar(7));
-  co::PlaceAlone(cv::Mat(3, 3, CV_8UC1, cv::Scalar(255)), {2, -1}, image);
-  EXPECT_EQ(cv::countNonZero(image), 4);
-  EXPECT_EQ(image.at<unsigned char>(1, 3), 255);
-  EXPECT_EQ(image.at<unsigned char>(2, 2), 0);
 }
 
 // ---- Spill weights ----
@@ -107,17 +83,6 @@ TEST(SpillWeightMap, RingsRiseTowardsTheBoundary) {
     EXPECT_EQ(weights.at<unsigned char>(30, 39 + ring), ring * 255 / 10) << ring;
   EXPECT_EQ(weights.at<unsigned char>(30, 50), 0);
   EXPECT_EQ(weights.at<unsigned char>(30, 30), 255);
-}
-
-TEST(SpillWeightMap, GrowthWithoutOutsideEndsWhenItFillsThePlane) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
-  cv::Mat outside;
-  cv::bitwise_not(everywhere, outside);
-  // From columns 20..39 the growth fills 0..59 after 20 steps.
-  EXPECT_EQ(co::CountInsideGrowthSteps(cad, outside), 20);
-  EXPECT_EQ(co::BuildSpillWeightMap(cad, everywhere).at<unsigned char>(30, 40), 255 / 20);
-  EXPECT_EQ(co::CountInsideGrowthSteps(cv::Mat::zeros(kPlane, CV_8UC1), outside), 0);
 }
 
 // The distance-transform version against the growth loop, on structured and random masks.
@@ -241,28 +206,6 @@ TEST(CadOverlay, ScaledBlobIsRescaledByPassOneWhichWins) {
   EXPECT_FLOAT_EQ(co::BestOverlayScore(copy, cad, boundary, false), static_cast<float>(pass1));
 }
 
-TEST(CadOverlay, SpillOutsideThePadLowersTheScoreTheFartherItReaches) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat boundary = Mask(kPlane, {kInside});
-  float previous = 1.0f;
-  for (int spill : {2, 5, 9}) {
-    cv::Mat measured = Mask(kPlane, {kPad, cv::Rect(20, 40, 20, spill)});
-    const float score = co::BestOverlayScore(measured, cad, boundary, false);
-    EXPECT_LT(score, previous) << spill;
-    EXPECT_GT(score, 0.0f);
-    previous = score;
-  }
-  // A blob filling the whole boundary around a tiny pad spills far more than it covers: the
-  // negative pass-0 score is raised to 0.
-  const cv::Mat tinyPad = Mask(kPlane, {cv::Rect(28, 28, 4, 4)});
-  EXPECT_LT(co::CoverageScore(boundary, co::OverlayReference(tinyPad, boundary), false), 0.0);
-  EXPECT_EQ(Pass(boundary.clone(), tinyPad, boundary, 0), 0.0);
-  // A boundary that only adds a strip beside the pad is left by the first growth (above and
-  // below the pad): no rings, so spill into the strip weighs 0.
-  const cv::Mat strip = Mask(kPlane, {kPad, cv::Rect(40, 20, 10, 20)});
-  EXPECT_EQ(co::CoverageScore(strip, co::OverlayReference(cad, strip), false), 1.0);
-}
-
 TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignmentAZeroSideRaises) {
   const cv::Mat cad = Mask(kPlane, {kPad});
   const cv::Mat empty = cv::Mat::zeros(kPlane, CV_8UC1);
@@ -313,46 +256,34 @@ TEST(FollowCadOverlay, RefusesNullPlanesAndZeroAreaRoundsSizesAndLeavesTheMeasur
   EXPECT_EQ(cv::countNonZero(before != planes.measured), 0);
 }
 
-class OverlayDebug : public ::testing::TestWithParam<std::pair<float, bool>> {};
-TEST_P(OverlayDebug, SwitchOpensWindowsAndWritesFilesOnlyAboveTheThreshold) {
-  RecordingSink sink;
-  ScopedSink scope(&sink);
-  OverlayPlanes planes;
-  ASSERT_EQ(planes.Run(GetParam().first), 0);
-  if (!GetParam().second) {
-    EXPECT_TRUE(sink.Empty());
-    return;
-  }
-  const auto events = sink.Events();
-  ASSERT_FALSE(events.empty());
-  EXPECT_EQ(events.front().kind, RecordingSink::Kind::kCloseAll);
-  const std::vector<std::string> onePass = {"matOverlapCad", "matCAD",       "matSrcOffset",
-                                            "源图像",        "目标模板图像", "外模板图像"};
-  std::vector<std::string> titles = onePass;
-  titles.insert(titles.end(), onePass.begin(), onePass.end());
-  EXPECT_EQ(sink.Titles(), titles);
-  const std::vector<std::string> files = {"matOverlapCad.bmp", "AfterFollowing.bmp",
-                                          "matOverlapCad.bmp", "AfterFollowing.bmp"};
-  EXPECT_EQ(sink.Files(), files);
-  for (const auto& event : events) {
-    if (event.name == "AfterFollowing.bmp") {  // the CAD image, under this name
-      EXPECT_EQ(cv::countNonZero(event.image != planes.cad), 0);
+// The switch counts above 0.00001: all windows closed first, then per pass the overlap, the CAD
+// pad, the moved blob and the three score views; the CAD image is written as AfterFollowing.bmp.
+TEST(FollowCadOverlay, DebugAboveTheThresholdShowsBothPassesAndWritesTheirFiles) {
+  const std::pair<float, bool> cases[] = {{0.000005f, false}, {0.00002f, true}, {-1.0f, true}};
+  for (const auto& [debug, shown] : cases) {
+    RecordingSink sink;
+    ScopedSink scope(&sink);
+    OverlayPlanes planes;
+    ASSERT_EQ(planes.Run(debug), 0);
+    if (!shown) {
+      EXPECT_TRUE(sink.Empty());
+      continue;
     }
-    if (event.name == "外模板图像") {  // where spill counts
-      EXPECT_EQ(cv::countNonZero(event.image != planes.boundary - planes.cad), 0);
-    }
-    if (event.name == "matOverlapCad") {
-      EXPECT_EQ(event.image.type(), CV_8UC3);
-      // A covered pad pixel: half grey 255, half pure red.
-      EXPECT_EQ(event.image.at<cv::Vec3b>(30, 30), cv::Vec3b(128, 128, 255));
+    EXPECT_EQ(sink.Events().front().kind, RecordingSink::Kind::kCloseAll);
+    const std::vector<std::string> pass = {"matOverlapCad", "matCAD",       "matSrcOffset",
+                                           "源图像",        "目标模板图像", "外模板图像"};
+    std::vector<std::string> titles = pass;
+    titles.insert(titles.end(), pass.begin(), pass.end());
+    EXPECT_EQ(sink.Titles(), titles);
+    EXPECT_EQ(sink.Files(), (std::vector<std::string>{"matOverlapCad.bmp", "AfterFollowing.bmp",
+                                                      "matOverlapCad.bmp", "AfterFollowing.bmp"}));
+    for (const auto& event : sink.Events()) {
+      if (event.name == "AfterFollowing.bmp") {
+        EXPECT_EQ(cv::countNonZero(event.image != planes.cad), 0);
+      }
     }
   }
 }
-INSTANTIATE_TEST_SUITE_P(Switch, OverlayDebug,
-                         ::testing::Values(std::make_pair(0.0f, false),
-                                           std::make_pair(0.000005f, false),
-                                           std::make_pair(0.00002f, true),
-                                           std::make_pair(-1.0f, true)));
 
 // ---- Contour method ----
 
@@ -410,41 +341,7 @@ TEST(ContourSplit, AnUnlikeAreaEndsTheListWhateverFollows) {
   EXPECT_EQ(boxes, expected);
 }
 
-TEST(ContourSplit, ASpeckOfOneTenthIsDropped) {
-  const auto split = co::ContourSplit(
-      PadField(kField, {{10, 20, 20, 20}, {50, 20, 20, 20}, {90, 25, 6, 6}}), Params(kField));
-  ASSERT_TRUE(split);
-  EXPECT_EQ(split->blobs.size(), 2u);
-  EXPECT_EQ(split->gridCols, 2);
-}
-
-TEST(SplitPads, DebugOffShowsNothingAndDebugOnShowsTheFrontEndAndContours) {
-  RecordingSink sink;
-  ScopedSink scope(&sink);
-  const cv::Mat image = PadField(kField, kRowOfThree);
-  ASSERT_TRUE(co::SplitPads(image, Params(kField)));
-  EXPECT_TRUE(sink.Empty());
-  ASSERT_TRUE(co::SplitPads(image, Params(kField, 0, 0, true)));
-  const std::vector<std::string> titles = {"tmp/debug_Sobel", "tmp/debug_threshold",
-                                           "tmp/debug_Contours", "matFillContours"};
-  EXPECT_EQ(sink.Titles(), titles);
-  EXPECT_TRUE(sink.Files().empty());
-}
-
 // ---- Projection method ----
-
-TEST(Bands, OnlyClosedBandsCountAndTheFirstOfEqualMassesIsStrongest) {
-  const std::vector<int> profile = {3, 1, 0, 0, 2, 2, 0, 4, 0, 5};
-  const auto bands = co::CollectBands(profile);
-  ASSERT_EQ(bands.size(), 3u);
-  EXPECT_EQ(bands[0].start, 0);
-  EXPECT_EQ(bands[0].length, 2);
-  EXPECT_EQ(bands[1].End(), 6);
-  const auto strongest = co::FindStrongestBand(profile);
-  ASSERT_TRUE(strongest);
-  EXPECT_EQ(strongest->start, 0);
-  EXPECT_FALSE(co::FindStrongestBand({0, 0, 7}));
-}
 
 TEST(Bands, ChooseBandsKeepsTheExpectedOrTheLeadingAlikeRun) {
   const std::vector<co::Band> byMass = {{0, 1, 100}, {5, 1, 60}, {9, 1, 15}, {12, 1, 14}};
@@ -508,43 +405,24 @@ TEST(Projection, FailsWithoutAnyClosedBand) {
   EXPECT_FALSE(co::ProjectionSplit(PadField(kField, {{100, 40, 20, 20}}), Params(kField)));
 }
 
-TEST(Projection, GridEntriesBeyondTheBlobsKeepTheirPresetValues) {
-  // Grid 4 x 1 over three stacked pads: three blobs, four position entries, the fourth
-  // holding the band offset (the band's first column) in both coordinates.
-  const auto split = co::ProjectionSplit(PadField(kField, kColumnOfThree), Params(kField, 4, 1));
-  ASSERT_TRUE(split);
-  EXPECT_EQ(split->blobs.size(), 3u);
-  EXPECT_EQ(split->gridRows, 4);
-  ASSERT_EQ(split->origins.size(), 4u);
-  EXPECT_EQ(split->origins[2], cv::Point(20, 45));
-  EXPECT_EQ(split->origins[3], cv::Point(20, 20));
-}
-
-TEST(Projection, DebugShowsProfilesAndNamesStackedBlobsByIndex) {
+// Debug off shows nothing; on, each method shows its own views, stacked blobs by index.
+TEST(SplitPads, DebugShowsEachMethodsViewsOnlyWhenOn) {
   RecordingSink sink;
   ScopedSink scope(&sink);
-  ASSERT_TRUE(co::ProjectionSplit(PadField(kField, kColumnOfThree), Params(kField, 0, 0, true)));
-  const std::vector<std::string> titles = {"二值化图片", "垂直投影", "水平投影", "二值化图片",
-                                           "水平投影",   "0.jpg",    "1.jpg",    "2.jpg"};
-  EXPECT_EQ(sink.Titles(), titles);
-  sink.Clear();
-  ASSERT_TRUE(co::ProjectionSplit(PadField(kField, kRowOfFour), Params(kField)));
+  ASSERT_TRUE(co::SplitPads(PadField(kField, kRowOfThree), Params(kField)));
   EXPECT_TRUE(sink.Empty());
+  ASSERT_TRUE(co::SplitPads(PadField(kField, kRowOfThree), Params(kField, 0, 0, true)));
+  EXPECT_EQ(sink.Titles(), (std::vector<std::string>{"tmp/debug_Sobel", "tmp/debug_threshold",
+                                                     "tmp/debug_Contours", "matFillContours"}));
+  sink.Clear();
+  ASSERT_TRUE(co::ProjectionSplit(PadField(kField, kColumnOfThree), Params(kField, 0, 0, true)));
+  EXPECT_EQ(sink.Titles(),
+            (std::vector<std::string>{"二值化图片", "垂直投影", "水平投影", "二值化图片",
+                                      "水平投影", "0.jpg", "1.jpg", "2.jpg"}));
+  EXPECT_TRUE(sink.Files().empty());
 }
 
 // ---- Blob buffers ----
-
-TEST(WriteBlobs, PacksViewsRowByRowAndWritesSizesAtTwoAndThree) {
-  cv::Mat image(4, 6, CV_8UC1);
-  for (int i = 0; i < 24; ++i) image.data[i] = static_cast<unsigned char>(i);
-  const std::vector<cv::Mat> blobs = {image(cv::Rect(1, 1, 2, 2)), image(cv::Rect(4, 0, 1, 3))};
-  std::vector<unsigned char> pixels(7, 99);
-  std::vector<int> rects(8, -1);
-  co::WriteBlobs(blobs, pixels.data(), rects.data());
-  EXPECT_EQ(pixels, (std::vector<unsigned char>{7, 8, 13, 14, 4, 10, 16}));
-  EXPECT_EQ(rects, (std::vector<int>{-1, -1, 2, 2, -1, -1, 1, 3}));
-  co::WriteBlobs(blobs, nullptr, nullptr);  // both buffers are optional
-}
 
 TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
   cv::Mat image = PadField(kField, kRowOfThree);
@@ -588,18 +466,6 @@ TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
 }
 
 // ---- Template matching ----
-
-TEST(LoadTemplates, ReadsBlocksBackToBackAndNothingWithoutRectsOrCount) {
-  const unsigned char pixels[10] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
-  const int rects[8] = {0, 0, 2, 2, 0, 0, 3, 2};
-  const auto templates = co::LoadTemplates(pixels, rects, 2, false);
-  ASSERT_EQ(templates.size(), 2u);
-  EXPECT_EQ(templates[1].size(), cv::Size(3, 2));
-  EXPECT_EQ(templates[1].at<unsigned char>(0, 0), 5);
-  EXPECT_EQ(templates[1].at<unsigned char>(1, 2), 10);
-  EXPECT_TRUE(co::LoadTemplates(pixels, nullptr, 2, false).empty());
-  EXPECT_TRUE(co::LoadTemplates(pixels, rects, 0, false).empty());
-}
 
 TEST(MatchOneTemplate, OwnPadScoresOneAnEmptyTemplateZeroAndALargerOneFitsInsideABorder) {
   const cv::Mat scene = Mask(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});

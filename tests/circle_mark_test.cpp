@@ -7,34 +7,20 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "debug_view.hpp"
+#include "support/scenes.hpp"
 
 namespace cm = imgtarn::circle_mark;
 namespace debug_view = imgtarn::debug_view;
 
 namespace {
 
-// A disc of value 200 on a board of 60 with Gaussian noise (sigma 6), drawn anti-aliased at a
-// sub-pixel centre; `hole` > 0 punches a dark hole of that radius into it (a ring).
-cv::Mat DiscPlane(cv::Size size, cv::Point2f centre, float radius, int seed = 1,
-                  float hole = 0.0f) {
-  cv::Mat board(size, CV_32F, cv::Scalar(60));
-  const cv::Point at(cvRound(centre.x * 16), cvRound(centre.y * 16));
-  cv::circle(board, at, cvRound(radius * 16), cv::Scalar(200), -1, cv::LINE_AA, 4);
-  if (hole > 0.0f) cv::circle(board, at, cvRound(hole * 16), cv::Scalar(60), -1, cv::LINE_AA, 4);
-  cv::Mat noise(size, CV_32F);
-  cv::RNG rng(seed);
-  rng.fill(noise, cv::RNG::NORMAL, 0, 6);
-  cv::Mat plane;
-  cv::Mat(board + noise).convertTo(plane, CV_8U);
-  return plane;
-}
+using scenes::DiscPlane;
 
 constexpr char kGrouped[] = "All Found Circles In Edges by HoughCircles";
 
@@ -123,22 +109,6 @@ TEST(CircleToolkit, BranchThresholdsIncludeTheirBoundaries) {
   EXPECT_FALSE(cm::TemplateWinsAtBorder(std::nextafter(0.95f, 0.0f)));
 }
 
-// OpenCV's own edge and gradient passes would read the pixels around a view; a region is
-// searched as an image of its own, as its copy is.
-TEST(CircleToolkit, HoughSearchesARegionAsAnImageOfItsOwn) {
-  for (int seed : {1, 2, 3, 6}) {
-    const float r = 10.0f + static_cast<float>(seed);
-    const cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.3f, 50.6f), r, seed);
-    const cv::Mat opened = cm::OpenTwice(cm::SmoothPlane(plane));
-    const int side = static_cast<int>(2 * r + 2);
-    const cv::Mat region = opened(cv::Rect(60 - side / 2, 50 - side / 2, side, side));
-    const int low = static_cast<int>(r) - 3, high = static_cast<int>(r) + 3;
-    EXPECT_EQ(cm::HoughGradientCircles(region, 15, 15, low, high),
-              cm::HoughGradientCircles(region.clone(), 15, 15, low, high))
-        << seed;
-  }
-}
-
 // Oracle: the scored full-image search judges every circle it finds by a Hough search of the
 // circle's own box, in parallel; the debug run searches them in order on the calling thread,
 // as the search always has. Both, on one thread or two, must give the same centre.
@@ -161,17 +131,6 @@ TEST(CircleToolkit, ParallelScoringMatchesTheSerialWalkOnNoise) {
     }
     cv::setNumThreads(threads);
   }
-}
-
-TEST(CircleToolkit, ZeroIsNeverCaptionedAndMosaicTilesTwoPerRow) {
-  cv::Mat image = cv::Mat::zeros(30, 40, CV_8UC1);
-  cm::DrawValueText(image, 0.0, cv::Point(5, 20));
-  EXPECT_EQ(cv::countNonZero(image), 0);
-  const cv::Mat mosaic = cm::CircleMosaic({{20, 15, 5}, {10, 10, 4}, {30, 20, 6}}, image, false);
-  ASSERT_EQ(mosaic.size(), cv::Size(80, 60));
-  EXPECT_EQ(mosaic.at<uchar>(10, 40 + 10), 255);                     // tile 1: right of tile 0
-  EXPECT_EQ(mosaic.at<uchar>(30 + 20, 30), 255);                     // tile 2: second row
-  EXPECT_EQ(cv::countNonZero(mosaic(cv::Rect(40, 30, 40, 30))), 0);  // no fourth tile
 }
 
 // ---- Mark location: accuracy over radii and placements ----
@@ -285,16 +244,6 @@ TEST(LocateCircleMark, SmallMarkWithOneEdgeCircleIsLeftUnfound) {
   EXPECT_LE(cv::norm(quick.centre - cv::Point2f(40.64f, 36.58f)), 1.0) << quick.centre;
 }
 
-// A bright bar in the border window rises more steeply than the cut disc's whole edge; an edge
-// that disagrees with the Hough circles is not taken for the cut axis.
-TEST(LocateCircleMark, CutAxisIgnoresAStrongerEdgeThatDisagreesWithTheHoughCircles) {
-  cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(126.3f, 60.4f), 20.0f);
-  plane(cv::Rect(92, 0, 4, 120)).setTo(250);
-  const Found found = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
-  EXPECT_TRUE(Contains(found.titles, kGrouped));
-  EXPECT_LE(cv::norm(found.centre - cv::Point2f(126.3f, 60.4f)), 1.0) << found.centre;
-}
-
 // A disc of radius 20 on a 140 x 120 plane, the window that proves its branch ran and one that
 // proves another did not.
 struct BranchCase {
@@ -380,40 +329,30 @@ TEST(DirectHough, NearestRadiusWinsAndTiesKeepTheEarlierCircle) {
   EXPECT_FALSE(cm::NearestRadiusCircle({}, 20.0f));
 }
 
-TEST(DirectHough, TextThresholdBelowOneReadsAsFifteenAndTheWindowIsAlwaysShown) {
+// Slot 4 reads its numbers from text (a threshold below 1 reads as 15) and slot 5 reports the
+// radius it found; both always show their window. Slot 4 clears its result when it refuses.
+TEST(DirectHough, TextAndPlainSlotsFindTheCircleAndAlwaysShowTheirWindow) {
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
   cv::Mat plane = DiscPlane(cv::Size(120, 100), cv::Point2f(60.3f, 50.6f), 20.0f);
-  const auto run = [&](const char* param1) {
-    char width[] = "120", height[] = "100", radius[] = "20";
-    std::string threshold = param1;
-    char* texts[4] = {width, height, radius, threshold.data()};
+  const auto run = [&](std::string width, std::string threshold) {
+    char height[] = "100", radius[] = "20";
+    char* texts[4] = {width.data(), height, radius, threshold.data()};
     std::vector<float> result(3, -1.0f);
-    EXPECT_EQ(cm::DetectCirclesFromText(plane.data, texts, result.data()), 0);
-    return result;
+    const int status = cm::DetectCirclesFromText(plane.data, texts, result.data());
+    return std::pair{status, result};
   };
-  const std::vector<float> fifteen = run("15");
+  const std::vector<float> fifteen = run("120", "15").second;
   EXPECT_LE(std::hypot(fifteen[0] - 60.3f, fifteen[1] - 50.6f), 2.0f);
-  EXPECT_EQ(run("0"), fifteen);
-  EXPECT_EQ(run("0.5"), fifteen);
-  float plain[3] = {};
+  EXPECT_EQ(run("120", "0.5").second, fifteen);
+  EXPECT_EQ(run("0", "15"), std::pair(-1, std::vector<float>(3, 0.0f)));
+  float plain[3] = {7, 7, 7};
   ASSERT_EQ(cm::DetectCirclesPlain(plane.data, 120, 100, 21.5f, 60.0f, plain), 0);
   EXPECT_NEAR(plain[2], 20.0f, 1.5f);  // the radius found, not the one asked for
-  EXPECT_NE(plain[2], 21.5f);
-  EXPECT_EQ(sink.Titles(), std::vector<std::string>(4, "Hough Circle Transform Demo"));
-}
-
-TEST(DirectHough, RefusalClearsTheResultOfSlot4AndLeavesSlot5Alone) {
-  float result[3] = {7, 8, 9};
-  unsigned char sample = 0;
-  EXPECT_EQ(cm::DetectCirclesPlain(nullptr, 10, 10, 3.0f, 60.0f, result), -1);
-  EXPECT_EQ(cm::DetectCirclesPlain(&sample, 0, 10, 3.0f, 60.0f, result), -1);
-  EXPECT_EQ(result[0], 7.0f);
-  char zero[] = "0", ten[] = "10", radius[] = "3", threshold[] = "15";
-  char* texts[4] = {zero, ten, radius, threshold};
-  EXPECT_EQ(cm::DetectCirclesFromText(&sample, texts, result), -1);
-  EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
-  EXPECT_EQ(cm::DetectCirclesFromText(&sample, nullptr, result), -1);
+  EXPECT_EQ(sink.Titles(), std::vector<std::string>(3, "Hough Circle Transform Demo"));
+  plain[0] = 7;
+  EXPECT_EQ(cm::DetectCirclesPlain(nullptr, 120, 100, 20.0f, 60.0f, plain), -1);
+  EXPECT_EQ(plain[0], 7.0f);
 }
 
 TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsWithDebug) {
@@ -423,13 +362,12 @@ TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsW
   float result[3] = {7, 7, 7};
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
-  ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 9, result), 0);
-  EXPECT_EQ(result[2], 0.0f);
-  ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 10, result), 0);
-  EXPECT_NEAR(result[2], 20.0f, 1.5f);
-  para[9] = 2.0f;  // not above 2: the default again
-  ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 10, result), 0);
-  EXPECT_EQ(result[2], 0.0f);
+  for (const auto& [count, tolerance, radius] :
+       {std::tuple{9, 10.0f, 0.0f}, std::tuple{10, 10.0f, 20.0f}, std::tuple{10, 2.0f, 0.0f}}) {
+    para[9] = tolerance;
+    ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), count, result), 0);
+    EXPECT_NEAR(result[2], radius, 1.5f) << count << " " << tolerance;
+  }
   EXPECT_TRUE(sink.Empty());
   para[2] = 20.0f;  // found with debug on: every window
   para[4] = 1.0f;
@@ -439,7 +377,7 @@ TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsW
   EXPECT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 4, result), -1);
 }
 
-// ---- Edge adjustment and the Hough display ----
+// ---- Edge adjustment ----
 
 // The disc case is the raw-table test of slot 17; an ellipse needs both semi-axes.
 TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipseAndRefusesTooFewEdgePoints) {
@@ -461,15 +399,6 @@ TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipseAndRefusesTooFewEdgePoints) {
   }
   guess[0] = 0.0f;
   EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), -1);
-}
-
-TEST(HoughCircleDemo, ShowsBothViewsOfAReadableImage) {
-  std::string path = ::testing::TempDir() + "circle_demo.png";
-  ASSERT_TRUE(cv::imwrite(path, DiscPlane(cv::Size(120, 100), cv::Point2f(60, 50), 25.0f)));
-  debug_view::RecordingSink sink;
-  debug_view::ScopedSink scope(&sink);
-  EXPECT_EQ(cm::HoughCircleDemo(reinterpret_cast<unsigned char*>(path.data())), 0);
-  EXPECT_EQ(sink.Titles(), (std::vector<std::string>{"Sobel Edges", "Hough Circles"}));
 }
 
 }  // namespace

@@ -303,19 +303,6 @@ TEST(CliDemo, PrintsTheTableWithEveryCheckWithinTolerance) {
   EXPECT_FALSE(cv::imread(scratch("demo/cross-mark_cross.png")).empty());
 }
 
-TEST(CliHelp, EveryCommandDescribesItself) {
-  Scratch scratch;
-  for (const char* command :
-       {"circle-mark", "hough-circles", "circle-edges", "hough-demo", "cross-mark", "rect-mark",
-        "lead", "canny", "split-pads", "match-pads", "overlay", "fill-holes", "flatfield", "median",
-        "resize", "levels", "sort", "contours", "demo"}) {
-    Outcome help = Imgtarn({command, "--help"}, scratch);
-    EXPECT_EQ(help.exit, 0) << command;
-    EXPECT_NE(help.out.find(std::string("Usage: imgtarn ") + command), std::string::npos)
-        << help.out;
-  }
-}
-
 // Exit status 2: a command line that cannot run, one line on stderr, nothing on stdout.
 // Exit status 1: the image failed; its result carries the error, and stderr says it in a line.
 struct ErrorCase {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "debug_view.hpp"
+#include "support/scenes.hpp"
 
 namespace {
 
@@ -21,48 +22,7 @@ using tm::MarkKind;
 using tm::Polygon;
 using tm::PolygonList;
 
-// ---- Synthetic boards ----
-// Marks are given in continuous coordinates where column i spans [i, i + 1). They are drawn
-// 4x supersampled and area-averaged, so an edge inside a pixel shades it partially, as a
-// camera would.
-
-constexpr int kSuper = 4;
-
-struct Board {
-  cv::Mat coverage;  // 0..1 per pixel, supersampled
-  explicit Board(cv::Size size) : coverage(size * kSuper, CV_8UC1, cv::Scalar(0)) {}
-
-  void Fill(double left, double top, double width, double height) {
-    const cv::Rect area(cvRound(left * kSuper), cvRound(top * kSuper), cvRound(width * kSuper),
-                        cvRound(height * kSuper));
-    cv::rectangle(coverage, area & cv::Rect(cv::Point(), coverage.size()), cv::Scalar(255), -1);
-  }
-  void Rectangle(cv::Point2d centre, double w, double h) {
-    Fill(centre.x - w / 2, centre.y - h / 2, w, h);
-  }
-  // A plus sign whose bars are a third of its size.
-  void Plus(cv::Point2d centre, double w, double h) {
-    Fill(centre.x - w / 2, centre.y - h / 6, w, h / 3);
-    Fill(centre.x - w / 6, centre.y - h / 2, w / 3, h);
-  }
-  void RotatedRectangle(cv::Point2d centre, double w, double h, float degrees) {
-    cv::Point2f corners[4];
-    cv::RotatedRect(cv::Point2f(centre * kSuper), cv::Size2f(w * kSuper, h * kSuper), degrees)
-        .points(corners);
-    std::vector<cv::Point> polygon(corners, corners + 4);
-    cv::fillConvexPoly(coverage, polygon, cv::Scalar(255));
-  }
-
-  // Dark board (40) with Gaussian noise, marks at 200.
-  cv::Mat Render(int seed, double noise = 6.0) const {
-    cv::Mat area, plane, grain(coverage.size() / kSuper, CV_32F), out;
-    cv::resize(coverage, area, grain.size(), 0, 0, cv::INTER_AREA);
-    area.convertTo(plane, CV_32F, 160.0 / 255.0, 40.0);
-    cv::RNG(seed).fill(grain, cv::RNG::NORMAL, 0.0, noise);
-    cv::Mat(plane + grain).convertTo(out, CV_8U);
-    return out;
-  }
-};
+using scenes::Board;
 
 struct Result {
   int status;
@@ -117,31 +77,6 @@ INSTANTIATE_TEST_SUITE_P(
                       // Orientation does not matter for the aspect ratio.
                       SizeCase{20, 40, 20, 40, true, true}));
 
-// ---- Templates and their score ----
-
-TEST(TemplateMark, TemplatesAreThePlusOfThirdsOrTheBoxOnAFivePixelMargin) {
-  const cv::Mat cross = tm::DrawCrossTemplate(30, 21, MarkKind::kCross);
-  ASSERT_EQ(cross.size(), cv::Size(40, 31));
-  // Bars of 30 x 7 and 10 x 21 crossing in a 10 x 7 square, starting at (5, 5).
-  EXPECT_EQ(cv::countNonZero(cross), 30 * 7 + 10 * 21 - 10 * 7);
-  EXPECT_EQ(cv::countNonZero(cross(cv::Rect(5, 12, 30, 7))), 30 * 7);
-  EXPECT_EQ(cv::countNonZero(cross(cv::Rect(15, 5, 10, 21))), 10 * 21);
-  const cv::Mat box = tm::DrawRectangleTemplate(16, 8, MarkKind::kRectangle);
-  ASSERT_EQ(box.size(), cv::Size(26, 18));
-  EXPECT_EQ(cv::countNonZero(box(cv::Rect(5, 5, 16, 8))), cv::countNonZero(box));
-  EXPECT_EQ(cv::countNonZero(box), 16 * 8);
-}
-
-TEST(TemplateMark, TemplateScoreIsZeroForAnImageSmallerThanTheTemplate) {
-  const cv::Mat templ = tm::DrawCrossTemplate(12, 12, MarkKind::kCross);
-  EXPECT_NEAR(tm::TemplateScore(templ, templ), 1.0, 1e-6);
-  EXPECT_EQ(tm::TemplateScore(templ.colRange(0, templ.cols - 1), templ), 0.0);
-  EXPECT_EQ(tm::TemplateScore(templ.rowRange(1, templ.rows), templ), 0.0);
-  cv::Mat shifted = cv::Mat::zeros(templ.rows + 6, templ.cols + 6, CV_8UC1);
-  templ.copyTo(shifted(cv::Rect(4, 2, templ.cols, templ.rows)));
-  EXPECT_NEAR(tm::TemplateScore(shifted, templ), 1.0, 1e-6);
-}
-
 // ---- FilterMarkPolygons ----
 
 // Filters `contours` found on `binary` (blank unless given); returns the accepted polygons
@@ -188,16 +123,6 @@ TEST(TemplateMark, FilterAreaLimitsAreInclusive) {
     EXPECT_TRUE(Filter(contours, c.w, c.h, c.kind).empty());
     EXPECT_EQ(contours, kept) << static_cast<int>(c.kind);
   }
-}
-
-TEST(TemplateMark, FilterKeepsAConvexTwelveGonForTheFallbackButNeverAcceptsIt) {
-  PolygonList contours(1);
-  for (int i = 0; i < 12; ++i) {
-    contours[0].emplace_back(40 + static_cast<int>(std::lround(18 * std::cos(i * CV_PI / 6))),
-                             40 + static_cast<int>(std::lround(18 * std::sin(i * CV_PI / 6))));
-  }
-  EXPECT_TRUE(Filter(contours, 30, 30, MarkKind::kCross).empty());
-  EXPECT_EQ(contours.size(), 1u);
 }
 
 TEST(TemplateMark, FilterAcceptsAnUprightRectangleAndKeepsATiltedOneForTheFallback) {
@@ -321,20 +246,6 @@ TEST(TemplateMark, MergeYieldsTheLargerOfTwoAndKeepsDistantMarksApart) {
   // first one, so the middle of the pair is the first.
   const Polygon twin = {small[1], small[2], small[3], small[0]};
   EXPECT_EQ(Merged({small, twin}), PolygonList{small});
-}
-
-TEST(TemplateMark, MergeComparesWithTheMiddleMemberAndJoinsTheFirstGroupOnly) {
-  const Polygon a = Square({40, 40}, 3);   // group 1
-  const Polygon b = Square({55, 40}, 5);   // joins a; middle of [a, b] is b
-  const Polygon c = Square({74, 40}, 4);   // 19 from b (34 from a): joins group 1
-  const Polygon d = Square({100, 40}, 3);  // 26 from b: group 2
-  // Group 1 sorted by radius: a, c, b; its middle is c.
-  EXPECT_EQ(Merged({a, b, c, d}), (PolygonList{c, d}));
-  // e lies within 20 of the middles of both groups and joins the first.
-  const Polygon e = Square({88, 40}, 2);
-  const PolygonList merged = Merged({a, b, c, d, e});
-  ASSERT_EQ(merged.size(), 2u);
-  EXPECT_EQ(merged[1], d);
 }
 
 // ---- RefineMarkBox on hand-made blocks ----
@@ -477,33 +388,6 @@ TEST_P(TiltTest, OnlyTheTemplateFallbackCanReportATiltedRectangle) {
 INSTANTIATE_TEST_SUITE_P(TemplateMark, TiltTest,
                          ::testing::Values(TiltCase{30, true}, TiltCase{60, false}));
 
-class TwoMarksTest : public ::testing::TestWithParam<MarkCase> {};
-
-TEST_P(TwoMarksTest, TheFirstGroupFormedIsReported) {
-  MarkCase c = GetParam();
-  Board board({160, 80});
-  const cv::Point2d left = c.centre, right = c.centre + cv::Point2d(80, 0);
-  for (const cv::Point2d& centre : {left, right}) {
-    c.kind == kCross ? board.Plus(centre, c.w, c.h) : board.Rectangle(centre, c.w, c.h);
-  }
-  const cv::Mat plane = board.Render(c.seed);
-  PolygonList merged, raw;
-  ASSERT_EQ(tm::FindMarkCandidates(plane, c.w, c.h, c.kind, merged, raw), 0);
-  ASSERT_EQ(merged.size(), 2u);
-  ASSERT_FALSE(raw.empty());
-  cv::Point2f first;
-  float radius = 0;
-  cv::minEnclosingCircle(raw.front(), first, radius);
-  const cv::Point2d expected = first.x < 80 ? left : right;
-  const Result r = Locate(c.kind, plane, c.w / 2, c.h / 2);
-  EXPECT_NEAR(r.values[0], expected.x, 1.0);
-  EXPECT_NEAR(r.values[1], expected.y, 1.0);
-}
-
-INSTANTIATE_TEST_SUITE_P(TemplateMark, TwoMarksTest,
-                         ::testing::Values(MarkCase{kCross, {40.5, 40.5}, 30, 30, 11},
-                                           MarkCase{kRect, {40, 40}, 40, 24, 12}));
-
 // ---- Refused and unusable input ----
 
 class BadInputTest : public ::testing::TestWithParam<MarkKind> {};
@@ -529,39 +413,8 @@ TEST_P(BadInputTest, NullPlaneOrZeroAreaIsRefusedWithoutTouchingTheSwitch) {
   EXPECT_TRUE(sink.Empty());
 }
 
-TEST_P(BadInputTest, UnusableNominalSizesFindNothingAndDoNotThrow) {
-  const MarkKind kind = GetParam();
-  const cv::Mat plane = MarkBoard({kRect, {30, 25}, 20, 12, 3}, {60, 50});
-  const float sizes[][2] = {{0, 6},   {10, -6},       {-1e9f, -1e9f}, {31, 6},
-                            {10, 26}, {1e30f, 1e30f}, {NAN, 6},       {0.2f, 0.2f}};
-  for (const auto& size : sizes) {
-    Result r{};
-    ASSERT_NO_THROW(r = Locate(kind, plane, size[0], size[1], 0, 0.0f));
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.values[0], 0.0f);
-    EXPECT_EQ(r.values[1], 0.0f);
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(TemplateMark, BadInputTest,
                          ::testing::Values(MarkKind::kCross, MarkKind::kRectangle));
-
-TEST(TemplateMark, FractionalPlaneSizeIsTruncated) {
-  for (const MarkCase& c :
-       {MarkCase{kCross, {60.5, 50.5}, 30, 30, 5}, MarkCase{kRect, {60, 50}, 40, 24, 5}}) {
-    const cv::Mat plane = MarkBoard(c);
-    const auto locate = [&](float width, float height, float* result) {
-      float para[5] = {width, height, static_cast<float>(c.w / 2), static_cast<float>(c.h / 2), 0};
-      return c.kind == kCross ? tm::LocateCrossMark(plane.data, para, result)
-                              : tm::LocateRectangleMark(plane.data, para, result);
-    };
-    float fractional[4] = {}, whole[4] = {};
-    ASSERT_EQ(locate(120.9f, 100.7f, fractional), 0);
-    ASSERT_EQ(locate(120, 100, whole), 0);
-    EXPECT_NEAR(fractional[0], c.centre.x, 1.0);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(fractional[i], whole[i]);
-  }
-}
 
 // ---- Debug switch values ----
 
@@ -569,53 +422,39 @@ int CountOf(const std::vector<std::string>& names, const std::string& name) {
   return static_cast<int>(std::count(names.begin(), names.end(), name));
 }
 
-int CloseAllCount(const RecordingSink& sink) {
-  int count = 0;
-  for (const auto& event : sink.Events()) count += event.kind == RecordingSink::Kind::kCloseAll;
-  return count;
-}
-
-TEST(TemplateMark, DebugOneClosesAndShowsTheSourceOtherValuesDoNot) {
-  const cv::Mat plane = MarkBoard({kCross, {60.5, 50.5}, 30, 30, 31});
-  for (float debug : {1.0f, 2.0f, -1.0f, 0.0f}) {
+// 1 closes all windows and shows the source first; other non-zero values show every other view
+// (the cross's clear mark stops the ladder early, the rectangle runs all eleven levels); each
+// operation keeps its own switch.
+TEST(TemplateMark, DebugSwitchValuesChooseTheViews) {
+  struct Case {
+    MarkKind kind;
+    float debug;
+    int levels;  // "auto threshold" views; 0: fewer than the ladder's 7
+  };
+  for (const Case& c : {Case{kCross, 1, 0}, Case{kCross, -1, 0}, Case{kRect, 3, 11}}) {
+    const cv::Mat plane = c.kind == kCross ? MarkBoard({kCross, {60.5, 50.5}, 30, 30, 31})
+                                           : MarkBoard({kRect, {60, 50}, 40, 24, 32});
+    tm::SetDebugSwitch(c.kind == kCross ? kRect : kCross, 0);
     RecordingSink sink;
     ScopedSink scope(&sink);
-    const Result r = Locate(MarkKind::kCross, plane, 15, 15, debug);
+    const Result r =
+        Locate(c.kind, plane, c.kind == kCross ? 15 : 20, c.kind == kCross ? 15 : 12, c.debug);
     ASSERT_EQ(r.status, 0);
-    EXPECT_EQ(tm::DebugSwitch(MarkKind::kCross), static_cast<int>(debug));
+    EXPECT_EQ(tm::DebugSwitch(c.kind), static_cast<int>(c.debug));
+    EXPECT_EQ(tm::DebugSwitch(c.kind == kCross ? kRect : kCross), 0);
     const std::vector<std::string> titles = sink.Titles();
-    if (debug == 0.0f) {
-      EXPECT_TRUE(sink.Empty());
-      continue;
-    }
-    const bool one = debug == 1.0f;
-    EXPECT_EQ(CountOf(titles, "原图"), one ? 1 : 0) << debug;
-    EXPECT_EQ(CloseAllCount(sink), one ? 1 : 0) << debug;
-    EXPECT_EQ(titles.front() == "原图", one) << debug;
-    for (const char* title : {"auto threshold", "approxPolyDP", "矩形合并结果", "多矩形检测结果",
-                              "ROI.jpg", "梯度调整矩形"}) {
-      EXPECT_GE(CountOf(titles, title), 1) << title << " at " << debug;
-    }
-    // A clear cross stops the binarisation ladder early.
-    EXPECT_LT(CountOf(titles, "auto threshold"), 7) << debug;
+    EXPECT_EQ(titles.front() == "原图", c.debug == 1.0f) << c.debug;
+    for (const char* title :
+         {"approxPolyDP", "矩形合并结果", "多矩形检测结果", "ROI.jpg", "梯度调整矩形"})
+      EXPECT_GE(CountOf(titles, title), 1) << title << " at " << c.debug;
+    const int levels = CountOf(titles, "auto threshold");
+    EXPECT_TRUE(c.levels ? levels == c.levels : levels > 0 && levels < 7) << levels;
     EXPECT_EQ(sink.Files(), std::vector<std::string>{"ROI.jpg"});
-    for (const auto& event : sink.Events()) {
-      EXPECT_TRUE(event.kind != RecordingSink::Kind::kWait || event.milliseconds == 100);
-    }
   }
-}
-
-TEST(TemplateMark, RectangleDebugRunsAllElevenLevelsAndHasItsOwnSwitch) {
-  const cv::Mat plane = MarkBoard({kRect, {60, 50}, 40, 24, 32});
-  tm::SetDebugSwitch(MarkKind::kCross, 0);
   RecordingSink sink;
   ScopedSink scope(&sink);
-  const Result r = Locate(MarkKind::kRectangle, plane, 20, 12, 3);
-  ASSERT_EQ(r.status, 0);
-  EXPECT_EQ(tm::DebugSwitch(MarkKind::kRectangle), 3);
-  EXPECT_EQ(tm::DebugSwitch(MarkKind::kCross), 0);
-  EXPECT_EQ(CountOf(sink.Titles(), "auto threshold"), 11);
-  EXPECT_EQ(CountOf(sink.Titles(), "原图"), 0);
+  Locate(kCross, MarkBoard({kCross, {60.5, 50.5}, 30, 30, 31}), 15, 15, 0);
+  EXPECT_TRUE(sink.Empty());
 }
 
 TEST(TemplateMark, TemplateFallbackShowsAndWritesItsTemplate) {

@@ -7,11 +7,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <imgtarn/imgtarn.hpp>
 #include <imgtarn/vision.hpp>
-#include <iterator>
 #include <memory>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
@@ -65,9 +63,6 @@ Bytes RgbBytes(const cv::Mat& bgr) {
   }
   return bytes;
 }
-Bytes ImageBytes(const cv::Mat& image) {
-  return image.channels() == 3 ? RgbBytes(image) : Bytes(image.datastart, image.dataend);
-}
 
 double Status(bool found) { return found ? 0.0 : -1.0; }
 
@@ -75,14 +70,6 @@ Numbers& Append(Numbers& numbers, const Numbers& more) {
   numbers.insert(numbers.end(), more.begin(), more.end());
   return numbers;
 }
-
-// A colour sample as the host's planes, with a pointer to each.
-struct HostPlanes {
-  explicit HostPlanes(const char* file) : image(Colour(file)), bytes(RgbBytes(image)) {}
-  unsigned char* operator[](int c) { return bytes.data() + c * image.total(); }
-  cv::Mat image;
-  Bytes bytes;
-};
 
 // ---- Circle marks (slots 10, 11, 12; 3 and 5; 17) ----
 
@@ -169,7 +156,7 @@ Numbers EdgesTyped(const char* file, bool fill, int minArea) {
   const imgtarn::EdgeResult edges = imgtarn::DetectEdges(Grey(file), {fill, minArea});
   Numbers numbers{0.0, F(edges.lowThreshold), F(edges.highThreshold), F(edges.edgePixels),
                   F(edges.contours)};
-  return Append(numbers, Digest(ImageBytes(edges.edges)));
+  return Append(numbers, Digest(edges.edges.datastart, edges.edges.total()));
 }
 
 Numbers EdgesSlot(const char* file, bool fill, int minArea) {
@@ -178,7 +165,7 @@ Numbers EdgesSlot(const char* file, bool fill, int minArea) {
   float para[5] = {F(plane.cols), F(plane.rows), fill ? 1.0f : 0.0f, 0, F(minArea)}, r[4] = {};
   Numbers numbers{static_cast<double>(Contract().DetectEdgesCanny(plane.data, para, edges.data, r)),
                   r[0], r[1], r[2], r[3]};
-  return Append(numbers, Digest(ImageBytes(edges)));
+  return Append(numbers, Digest(edges.datastart, edges.total()));
 }
 
 // ---- Pads (slots 27, 26 and 20) ----
@@ -325,48 +312,7 @@ Numbers ApplySlot(int window) {
   return Digest(corrected);
 }
 
-// ---- Colour images (slots 29, 28, 33) ----
-
-Numbers FillTyped(const char* file, int r, int g, int b) {
-  return Digest(RgbBytes(imgtarn::FillBlackHoles(Colour(file), imgtarn::Rgb{r, g, b})));
-}
-
-Numbers FillSlot(const char* file, int r, int g, int b) {
-  HostPlanes in(file), out(file);
-  float para[6] = {F(in.image.cols), F(in.image.rows), F(r), F(g), F(b), 0};
-  Contract().FillBlackHoles(in[0], in[1], in[2], para, out[0], out[1], out[2]);
-  return Digest(out.bytes);
-}
-
-Numbers LevelsTyped(const char* file) {
-  const imgtarn::Rgb levels = imgtarn::DominantLevels(Colour(file));
-  return {F(levels.red), F(levels.green), F(levels.blue)};
-}
-
-Numbers LevelsSlot(const char* file) {
-  HostPlanes in(file);
-  unsigned char levels[3] = {};
-  Contract().FindDominantLevels(in[0], in[1], in[2], in.image.cols, in.image.rows, levels);
-  return {F(levels[0]), F(levels[1]), F(levels[2])};
-}
-
-Numbers ResizeTyped(const char* file, int width, int height, bool cubic) {
-  const imgtarn::ResizeOptions options{cubic ? imgtarn::Interpolation::Cubic
-                                             : imgtarn::Interpolation::Linear};
-  return Digest(RgbBytes(imgtarn::Resize(Colour(file), cv::Size(width, height), options)));
-}
-
-Numbers ResizeSlot(const char* file, int width, int height, bool cubic) {
-  HostPlanes in(file);
-  const std::size_t area = static_cast<std::size_t>(width) * height;
-  Bytes out(3 * area);
-  float para[5] = {F(in.image.cols), F(in.image.rows), F(width), F(height), cubic ? 1.0f : 0.0f};
-  Contract().ResizePlanes(in[0], in[1], in[2], out.data(), out.data() + area, out.data() + 2 * area,
-                          para);
-  return Digest(out);
-}
-
-// ---- Height maps and values (slots 30 and 35) ----
+// ---- Height maps (slot 30) ----
 
 cv::Mat Heights() { return cv::imread(kSamples + "heights.tiff", cv::IMREAD_UNCHANGED); }
 
@@ -387,74 +333,6 @@ Numbers MedianSlot(int window, bool limited, imgtarn::EvenRule even) {
                    rule,      limited ? 0.0f : 1.0f};
   Contract().Slot30Dispatch(heights.ptr<float>(), copy.ptr<float>(), para);
   return Digest(heights.datastart, heights.dataend - heights.datastart);
-}
-
-std::vector<int> SortInput() {
-  const cv::Mat row = Grey("pads_scene.png").row(120);
-  return std::vector<int>(row.begin<unsigned char>(), row.end<unsigned char>());
-}
-
-Numbers SortTyped(bool descending, int first) {
-  const imgtarn::SortResult sorted = imgtarn::CountingSort(SortInput(), {descending, first});
-  Numbers numbers(sorted.values.begin(), sorted.values.end());
-  return Append(numbers, Numbers(sorted.permutation.begin(), sorted.permutation.end()));
-}
-
-Numbers SortSlot(bool descending, int first) {
-  std::vector<int> values = SortInput();
-  std::vector<int> permutation(values.size(), -1);
-  float para[4] = {F(static_cast<int>(values.size())), descending ? 0.0f : 1.0f, F(first), 1};
-  Contract().CountingSortValues(values.data(), para, permutation.data());
-  // The slot leaves entries after the K-th value as they were: only delivered ones count.
-  const auto delivered =
-      std::find(permutation.begin(), permutation.end(), -1) - permutation.begin();
-  Numbers numbers(values.begin(), values.begin() + delivered);
-  return Append(numbers, Numbers(permutation.begin(), permutation.begin() + delivered));
-}
-
-// ---- Image files (slots 31 and 32) ----
-
-Numbers LoadTyped(const char* file) {
-  return Digest(RgbBytes(imgtarn::LoadImage(kSamples + file)));
-}
-
-Numbers LoadSlot(const char* file) {
-  const std::string path = kSamples + file;
-  float para[3] = {F(static_cast<int>(path.size()))};
-  unsigned char *r = nullptr, *g = nullptr, *b = nullptr;
-  Contract().LoadImagePlanes(reinterpret_cast<unsigned char*>(const_cast<char*>(path.c_str())), &r,
-                             &g, &b, para);
-  const std::size_t area = static_cast<std::size_t>(para[1] * para[2]);
-  Bytes planes(r, r + area);
-  planes.insert(planes.end(), g, g + area);
-  planes.insert(planes.end(), b, b + area);
-  for (unsigned char* plane : {r, g, b}) ::operator delete(plane);
-  return Digest(planes);
-}
-
-Numbers FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  const Bytes bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  return bytes.empty() ? Numbers{} : Digest(bytes);
-}
-
-std::string Scratch(const std::string& name) {
-  return ::testing::TempDir() + "vision_test_" + name;
-}
-
-Numbers SaveTyped(const char* file) {
-  const std::string path = Scratch(std::string("typed_") + file);
-  imgtarn::SaveImage(path, Grey(file));
-  return FileBytes(path);
-}
-
-Numbers SaveSlot(const char* file) {
-  cv::Mat grey = Grey(file);
-  std::string path = Scratch(std::string("slot_") + file);
-  float para[3] = {F(static_cast<int>(path.size())), F(grey.cols), F(grey.rows)};
-  Contract().SaveImagePlanes(reinterpret_cast<unsigned char*>(path.data()), grey.data, grey.data,
-                             grey.data, para);
-  return FileBytes(path);
 }
 
 // ---- The table ----
@@ -507,16 +385,8 @@ std::vector<FamilyCase> Families() {
       Row("overlay_shifted", false, OverlayTyped, OverlaySlot, "pad_measured.png"),
       Row("flat_field_calibrate", false, CalibrateTypedNumbers, CalibrateSlotNumbers, 5),
       Row("flat_field_apply", false, ApplyTyped, ApplySlot, 3),
-      Row("fill_black_holes", false, FillTyped, FillSlot, "holes.png", 180, 120, 60),
-      Row("dominant_levels", false, LevelsTyped, LevelsSlot, "holes.png"),
-      Row("resize_linear", false, ResizeTyped, ResizeSlot, "holes.png", 160, 90, false),
-      Row("resize_cubic", false, ResizeTyped, ResizeSlot, "flat_low.png", 333, 250, true),
       Row("median", false, MedianTyped, MedianSlot, 3, false, EvenRule::Mean),
       Row("median_limited", false, MedianTyped, MedianSlot, 5, true, EvenRule::Lower),
-      Row("sort", false, SortTyped, SortSlot, false, 0),
-      Row("sort_first", false, SortTyped, SortSlot, false, 40),
-      Row("load_image", false, LoadTyped, LoadSlot, "holes.png"),
-      Row("save_image", false, SaveTyped, SaveSlot, "cross.png"),
   };
   const struct {
     const char* file;
@@ -576,7 +446,6 @@ struct RefusalCase {
   std::string name;
   std::string argument;         // the argument InvalidArgument must name
   std::function<void()> typed;  // must throw
-  std::function<int()> slot;    // the slot's status on the same input, where it refuses it
 };
 
 void PrintTo(const RefusalCase& c, std::ostream* out) { *out << c.name; }
@@ -584,92 +453,51 @@ void PrintTo(const RefusalCase& c, std::ostream* out) { *out << c.name; }
 std::vector<RefusalCase> Refusals() {
   const cv::Mat grey = Grey("circle_inside.png");
   const cv::Mat colour = Colour("holes.png");
-  const auto circle = [grey](float radius) {
-    return [grey, radius] { imgtarn::LocateCircleMark(grey, {radius}); };
-  };
-  const auto circleSlot = [grey](float radius) {
-    return [grey, radius] {
-      cv::Mat plane = grey.clone();
-      float para[5] = {F(plane.cols), F(plane.rows), radius, 0, 0}, result[3] = {};
-      return Contract().LocateCircleMark(plane.data, para, nullptr, result);
-    };
-  };
-  unsigned char* const none = nullptr;
   const imgtarn::FlatFieldCoefficients smallGain{cv::Mat(colour.size(), CV_32FC3),
                                                  cv::Mat(2, 2, CV_32FC3)};
   return {
-      {"circle_radius_zero", "radius", circle(0.0f), circleSlot(0.0f)},
-      {"circle_radius_beyond_image", "radius", circle(200.0f), circleSlot(200.0f)},
-      {"circle_empty_image", "image", [] { imgtarn::LocateCircleMark(cv::Mat()); },
-       [none] {
-         float para[5] = {0, 0, 20, 0, 0}, result[3] = {};
-         return Contract().LocateCircleMark(none, para, nullptr, result);
-       }},
-      {"hough_radius_zero", "radius", [grey] { imgtarn::DetectHoughCircle(grey, {0.0f}); },
-       nullptr},
+      {"circle_radius_zero", "radius", [grey] { imgtarn::LocateCircleMark(grey, {0.0f}); }},
+      {"circle_radius_beyond_image", "radius",
+       [grey] { imgtarn::LocateCircleMark(grey, {200.0f}); }},
+      {"circle_empty_image", "image", [] { imgtarn::LocateCircleMark(cv::Mat()); }},
+      {"hough_radius_zero", "radius", [grey] { imgtarn::DetectHoughCircle(grey, {0.0f}); }},
       {"edge_fit_radius_zero", "radius",
-       [grey] { imgtarn::RefineCircleEdges(grey, cv::Point2f(150, 110), {0.0f}); },
-       [grey] {
-         cv::Mat plane = grey.clone();
-         float para[5] = {F(plane.cols), F(plane.rows), 150, 110, 0}, result[5] = {};
-         return Contract().AdjustCircleEdges(plane.data, para, nullptr, result);
-       }},
+       [grey] { imgtarn::RefineCircleEdges(grey, cv::Point2f(150, 110), {0.0f}); }},
       {"rectangle_beyond_image", "size",
        [grey] {
          imgtarn::LocateRectangleMark(grey, {{400, 60}});
-       },
-       nullptr},
-      {"edges_empty_image", "image", [] { imgtarn::DetectEdges(cv::Mat()); },
-       [none] {
-         float para[5] = {0, 0, 0, 0, 0}, result[4] = {};
-         unsigned char dst = 0;
-         return Contract().DetectEdgesCanny(none, para, &dst, result);
        }},
-      // The slot writes only scores[0] = 0 for no template, with status 0.
-      {"match_pads_no_template", "templates", [grey] { imgtarn::MatchPads(grey, {}); }, nullptr},
+      {"edges_empty_image", "image", [] { imgtarn::DetectEdges(cv::Mat()); }},
+      {"match_pads_no_template", "templates", [grey] { imgtarn::MatchPads(grey, {}); }},
       {"overlay_sizes_differ", "measured",
-       [grey] { imgtarn::ScoreOverlay(grey, grey, grey(cv::Rect(0, 0, 10, 10))); }, nullptr},
-      {"flat_field_odd_count", "images", [colour] { imgtarn::CalibrateFlatField({colour}); },
-       nullptr},
+       [grey] { imgtarn::ScoreOverlay(grey, grey, grey(cv::Rect(0, 0, 10, 10))); }},
+      {"flat_field_odd_count", "images", [colour] { imgtarn::CalibrateFlatField({colour}); }},
       {"flat_field_even_window", "window",
        [colour] {
          imgtarn::CalibrateFlatField({colour, colour}, {4});
-       },
-       nullptr},
+       }},
       {"flat_field_gain_size", "gain",
-       [colour, smallGain] { imgtarn::ApplyFlatField(colour, smallGain); }, nullptr},
+       [colour, smallGain] { imgtarn::ApplyFlatField(colour, smallGain); }},
       {"fill_colour_beyond_byte", "colour",
        [colour] {
          imgtarn::FillBlackHoles(colour, imgtarn::Rgb{300, 0, 0});
-       },
-       nullptr},
-      {"resize_to_nothing", "size", [colour] { imgtarn::Resize(colour, cv::Size(0, 10)); },
-       [colour] {
-         Bytes planes = RgbBytes(colour);
-         float para[5] = {F(colour.cols), F(colour.rows), 0, 10, 0};
-         unsigned char* p = planes.data();
-         return Contract().ResizePlanes(p, p, p, p, p, p, para);
        }},
+      {"resize_to_nothing", "size", [colour] { imgtarn::Resize(colour, cv::Size(0, 10)); }},
       {"median_empty_limits", "upper",
        [] {
          imgtarn::MedianFilter(Heights(), {3, true});
-       },
-       nullptr},
+       }},
       {"sort_negative_first", "first",
        [] {
          imgtarn::CountingSort({2, 1}, {false, -1});
-       },
-       nullptr},
-      {"load_missing_file", "path", [] { imgtarn::LoadImage(kSamples + "missing.png"); }, nullptr},
+       }},
+      {"load_missing_file", "path", [] { imgtarn::LoadImage(kSamples + "missing.png"); }},
   };
 }
 
 class TypedRefusal : public ::testing::TestWithParam<RefusalCase> {};
 
 TEST_P(TypedRefusal, RaisesInvalidArgumentNamingTheArgument) {
-  if (GetParam().slot) {
-    EXPECT_EQ(GetParam().slot(), -1);
-  }
   try {
     GetParam().typed();
     ADD_FAILURE() << "no exception";
@@ -683,18 +511,5 @@ INSTANTIATE_TEST_SUITE_P(Families, TypedRefusal, ::testing::ValuesIn(Refusals())
                          [](const ::testing::TestParamInfo<RefusalCase>& row) {
                            return row.param.name;
                          });
-
-// Views and odd shapes: an ROI is read as an image of its own, a 3-D matrix is refused.
-TEST(TypedInput, ReadsAViewAsAnImageOfItsOwnAndRefusesOtherShapes) {
-  const cv::Mat grey = Grey("circle_inside.png");
-  const cv::Rect window(80, 40, 140, 140);
-  const imgtarn::CircleMarkResult inView = imgtarn::LocateCircleMark(grey(window));
-  const imgtarn::CircleMarkResult inCopy = imgtarn::LocateCircleMark(grey(window).clone());
-  ASSERT_TRUE(inView.found);
-  EXPECT_EQ(inView.centre, inCopy.centre);
-  const int dims[3] = {4, 4, 4};
-  EXPECT_THROW(imgtarn::DetectEdges(cv::Mat(3, dims, CV_8UC1)), imgtarn::InvalidArgument);
-  EXPECT_THROW(imgtarn::DetectEdges(cv::Mat(grey.size(), CV_16UC1)), std::invalid_argument);
-}
 
 }  // namespace

@@ -103,8 +103,6 @@ void CircleCases(cv::FileStorage& out) {
   Case(out, "circle_mark_two_scale",
        LocateCircleMark(Grey("circle_noisy.png"), {20.0f, CircleMethod::TwoScale}));
   Case(out, "hough_circle_tolerance", DetectHoughCircle(Grey("circle_noisy.png"), {20.0f, 2}));
-  Case(out, "hough_circle_threshold",
-       DetectHoughCircle(Grey("circle_border.png"), {20.0f, 5, 15.0}));
   Case(out, "circle_edges",
        RefineCircleEdges(Grey("circle_inside.png"), cv::Point2f(148, 113), {15.0f}));
 }
@@ -128,9 +126,6 @@ void PadCases(cv::FileStorage& out) {
   grid.gridCols = 3;
   const PadSplitResult split = SplitPads(Grey("pads.png"), grid);
   Case(out, "split_pads", split);
-  PadSplitOptions dark;
-  dark.bright = false;
-  Case(out, "split_pads_dark", SplitPads(Grey("pads.png"), dark));
   std::vector<cv::Mat> templates;
   for (const PadBlob& blob : split.blobs) templates.push_back(blob.pixels);
   Case(out, "match_pads", MatchPads(Grey("pads_scene.png"), templates));
@@ -150,17 +145,14 @@ void BufferCases(cv::FileStorage& out, const cv::Mat& heights) {
   Case(out, "dominant_levels", DominantLevels(Colour("holes.png")));
   Case(out, "resize_colour",
        Resize(Colour("holes.png"), cv::Size(200, 150), {Interpolation::Cubic}));
-  Case(out, "resize_grey", Resize(Grey("cross.png"), cv::Size(64, 48)));
   MedianOptions median;
   median.window = 5;
   median.even = EvenRule::Lower;
-  Case(out, "median_filter", MedianFilter(heights, median));
   median.limited = true;
   median.lower = 0;
   median.upper = 200;
-  Case(out, "median_filter_limited", MedianFilter(heights, median));
+  Case(out, "median_filter", MedianFilter(heights, median));
   Case(out, "counting_sort", CountingSort({5, -2, 7, 5, 0, 7, 7, 1}, {true, 3}));
-  Case(out, "load_image", Colour("holes.png"));
 }
 
 }  // namespace

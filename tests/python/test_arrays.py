@@ -66,11 +66,8 @@ ERRORS = [
     # (call, exception, start of the message)
     (lambda: imgtarn.locate_circle_mark(GREY[:0]), ValueError, "image: no pixel"),
     (lambda: imgtarn.locate_circle_mark(GREY.astype(np.float64)), TypeError, "image: expected"),
-    (lambda: imgtarn.locate_circle_mark(GREY[None, None]), ValueError, "image: expected"),
-    (lambda: imgtarn.locate_circle_mark(GREY.tolist()), TypeError, "image: expected"),
     (lambda: imgtarn.fill_black_holes(GREY, (0, 0, 0)), ValueError, "image: expected"),
     (lambda: imgtarn.median_filter(GREY), TypeError, "heights: expected"),
-    (lambda: imgtarn.median_filter(GREY.astype(">f4")), TypeError, "heights: expected"),
     (lambda: imgtarn.match_pads(GREY, [GREY, GREY.astype(np.int16)]), TypeError, "templates[1]:"),
     (lambda: imgtarn.match_pads(GREY, GREY), TypeError, "templates: expected a list"),
     (lambda: imgtarn.calibrate_flat_field([COLOUR, COLOUR[:, :, :2]]), ValueError, "images[1]:"),
@@ -95,28 +92,19 @@ def test_refused_input_raises_naming_the_argument(call, error, message):
     assert str(raised.value).startswith(message)
 
 
-def test_opencv_errors_are_runtime_errors():
-    assert issubclass(imgtarn.Error, RuntimeError)
-
-
 ODD_ARRAYS = {
     "0 x 0": np.zeros((0, 0), np.uint8),
-    "0 x 5": np.zeros((0, 5), np.uint8),
     "5 x 0 x 3": np.zeros((5, 0, 3), np.uint8),
     "1 x 1": np.zeros((1, 1), np.uint8),
-    "1 x 1 x 3": np.zeros((1, 1, 3), np.uint8),
     "1 x 1 float32": np.zeros((1, 1), np.float32),
     "2 x 2 x 4": np.zeros((2, 2, 4), np.uint8),
     "4-D": np.zeros((2, 3, 4, 3), np.uint8),
     "1-D": np.zeros(10, np.uint8),
-    "0-D": np.array(7, np.uint8),
     "strides of a megabyte": np.lib.stride_tricks.as_strided(
         np.zeros(1 << 22, np.uint8), (4, 4), (1 << 20, 1 << 18)),
-    "negative strides": np.arange(30 * 40 * 3, dtype=np.uint8).reshape(30, 40, 3)[::-1, ::-2],
     "zero strides": np.broadcast_to(np.uint8(200), (30, 40)),
     "zero strides, 2^31 rows": np.broadcast_to(np.uint8(200), (1 << 31, 3)),
     "bool": np.ones((20, 20), bool),
-    "int16": np.ones((20, 20), np.int16),
     "float64": np.ones((20, 20, 3)),
     "object": np.full((3, 3), None),
     "not an array": "image.png",

@@ -41,8 +41,6 @@ CASES = {
         s.grey("circle_noisy.png"), radius=20, method="two_scale"),
     "hough_circle_tolerance": lambda s: imgtarn.detect_hough_circle(s.grey("circle_noisy.png"),
                                                                     radius=20, tolerance=2),
-    "hough_circle_threshold": lambda s: imgtarn.detect_hough_circle(
-        s.grey("circle_border.png"), radius=20, tolerance=5, threshold=15),
     "circle_edges": lambda s: imgtarn.refine_circle_edges(s.grey("circle_inside.png"),
                                                           (148, 113), radius=15),
     "cross_mark": lambda s: imgtarn.locate_cross_mark(s.grey("cross.png"), size=(60, 60)),
@@ -52,7 +50,6 @@ CASES = {
     "edges_filled": lambda s: imgtarn.detect_edges(s.grey("pad_measured.png"), fill=True,
                                                    min_area=2000),
     "split_pads": lambda s: imgtarn.split_pads(s.grey("pads.png"), grid_rows=1, grid_cols=3),
-    "split_pads_dark": lambda s: imgtarn.split_pads(s.grey("pads.png"), bright=False),
     "match_pads": lambda s: imgtarn.match_pads(s.grey("pads_scene.png"), pad_templates(s)),
     "score_overlay": lambda s: imgtarn.score_overlay(
         s.grey("pad_boundary.png"), s.grey("pad_cad.png"), s.grey("pad_measured.png")),
@@ -64,13 +61,10 @@ CASES = {
     "dominant_levels": lambda s: imgtarn.dominant_levels(s.colour("holes.png")),
     "resize_colour": lambda s: imgtarn.resize(s.colour("holes.png"), (200, 150),
                                               interpolation="cubic"),
-    "resize_grey": lambda s: imgtarn.resize(s.grey("cross.png"), (64, 48)),
-    "median_filter": lambda s: imgtarn.median_filter(s.heights, window=5, even="lower"),
-    "median_filter_limited": lambda s: imgtarn.median_filter(
+    "median_filter": lambda s: imgtarn.median_filter(
         s.heights, window=5, even="lower", limited=True, lower=0, upper=200),
     "counting_sort": lambda s: imgtarn.counting_sort([5, -2, 7, 5, 0, 7, 7, 1],
                                                      descending=True, first=3),
-    "load_image": lambda s: s.colour("holes.png"),
 }
 
 

@@ -1,57 +1,24 @@
-// The black-box host's view of the library: dlopen, dlsym and raw virtual-table calls.
+// The host's view of the library: operation objects called through their raw virtual tables,
+// from the library file opened with dlopen or from factories linked in.
 #ifndef IMGTARN_TESTS_SUPPORT_HOST_LIBRARY_HPP
 #define IMGTARN_TESTS_SUPPORT_HOST_LIBRARY_HPP
 
 #include <dlfcn.h>
 
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
 namespace host {
 
-class HostLibrary {
- public:
-  using Create = void* (*)();
-  using Release = int (*)(void*);
+using Create = void* (*)();
+using Release = int (*)(void*);
 
-  static HostLibrary& Get() {
-    static HostLibrary library;
-    return library;
-  }
-
-  Create createImg = nullptr, createNum = nullptr;
-  Release releaseImg = nullptr, releaseNum = nullptr;
-
- private:
-  HostLibrary() {
-    handle_ = dlopen(IMGTARN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    if (handle_ == nullptr) throw std::runtime_error(dlerror());
-    createImg = reinterpret_cast<Create>(Resolve("ImgTarn_IFCreate"));
-    releaseImg = reinterpret_cast<Release>(Resolve("ImgTarn_IFRelease"));
-    createNum = reinterpret_cast<Create>(Resolve("NFunction_IFCreate"));
-    releaseNum = reinterpret_cast<Release>(Resolve("NFunction_IFRelease"));
-  }
-  void* Resolve(const char* name) {
-    void* symbol = dlsym(handle_, name);
-    if (symbol == nullptr) throw std::runtime_error(std::string("missing export ") + name);
-    return symbol;
-  }
-  void* handle_ = nullptr;
-};
-
-// An operation object held by the host; Call<R>(slot, args...) calls table entry `slot` with
-// the object as first argument, exactly as a compiled virtual call does.
-template <bool kNumeric>
+// An operation object and its release function; Call<R>(slot, args...) calls table entry `slot`
+// with the object as first argument, exactly as a compiled virtual call does.
 class Object {
  public:
-  Object() : object_(kNumeric ? HostLibrary::Get().createNum() : HostLibrary::Get().createImg()) {}
-  ~Object() {
-    if (kNumeric)
-      HostLibrary::Get().releaseNum(object_);
-    else
-      HostLibrary::Get().releaseImg(object_);
-  }
+  Object(Create create, Release release) : object_(create()), release_(release) {}
+  ~Object() { release_(object_); }
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
@@ -65,10 +32,35 @@ class Object {
 
  private:
   void* object_;
+  Release release_;
 };
 
-using ImgObject = Object<false>;
-using NumObject = Object<true>;
+#ifdef IMGTARN_LIBRARY
+// The library file a host loads, with its four entry points resolved by name.
+struct HostLibrary {
+  static HostLibrary& Get() {
+    static HostLibrary library;
+    return library;
+  }
+  Create createImg = nullptr, createNum = nullptr;
+  Release releaseImg = nullptr, releaseNum = nullptr;
+
+ private:
+  HostLibrary() {
+    void* handle = dlopen(IMGTARN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) throw std::runtime_error(dlerror());
+    const auto resolve = [handle](const char* name) {
+      void* symbol = dlsym(handle, name);
+      if (symbol == nullptr) throw std::runtime_error(std::string("missing export ") + name);
+      return symbol;
+    };
+    createImg = reinterpret_cast<Create>(resolve("ImgTarn_IFCreate"));
+    releaseImg = reinterpret_cast<Release>(resolve("ImgTarn_IFRelease"));
+    createNum = reinterpret_cast<Create>(resolve("NFunction_IFCreate"));
+    releaseNum = reinterpret_cast<Release>(resolve("NFunction_IFRelease"));
+  }
+};
+#endif
 
 }  // namespace host
 
