@@ -63,12 +63,4 @@ void MyCanny(cv::InputArray src, cv::OutputArray dst, bool l2gradient, CannyTrac
   DetectCannyEdges(src, dst, request, trace);
 }
 
-void CannyWithThresholds(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,
-                         CannyTrace* trace) {
-  CannyRequest request;
-  request.automaticThresholds = false;
-  request.given = thresholds;
-  DetectCannyEdges(src, dst, request, trace);
-}
-
 }  // namespace imgtarn::edges

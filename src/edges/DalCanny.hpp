@@ -49,12 +49,9 @@ void RequireEightBitPlane(const cv::Mat& image);
 // other depth. The flag only squares the chosen thresholds; magnitudes stay L1.
 void MyCanny(cv::InputArray src, cv::OutputArray dst, bool l2gradient, CannyTrace* trace = nullptr);
 
-// The gradient, suppression and hysteresis steps of MyCanny with thresholds given by the
-// caller (L1 magnitude, 3x3 Sobel, replicated border). Same input rules as MyCanny.
-void CannyWithThresholds(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,
-                         CannyTrace* trace = nullptr);
-
-// The reference versions of the two above.
+// The reference versions of MyCanny and of its gradient, suppression and hysteresis steps with
+// thresholds given by the caller (L1 magnitude, 3x3 Sobel, replicated border), which the
+// production engine runs when a request turns automatic thresholds off.
 void MyCannyLiteral(cv::InputArray src, cv::OutputArray dst, bool l2gradient,
                     CannyTrace* trace = nullptr, StackUse* stack = nullptr);
 void CannyWithThresholdsLiteral(cv::InputArray src, cv::OutputArray dst, CannyThresholds thresholds,

@@ -1,4 +1,4 @@
-// The production Canny engine behind MyCanny and CannyWithThresholds.
+// The production Canny engine behind MyCanny and the detection with given thresholds.
 #ifndef IMGTARN_EDGES_CANNY_FAST_HPP
 #define IMGTARN_EDGES_CANNY_FAST_HPP
 

@@ -18,9 +18,9 @@ void ShowPolygons(const cv::Mat& grey, const PolygonList& polygons, const char* 
 
 MarkSearch SearchMark(const cv::Mat& plane, const MarkParams& params, MarkKind kind) {
   SetDebugSwitch(kind, params.debug);
-  // A resize to the plane's own size: a private working copy the host's buffer never sees.
-  cv::Mat working;
-  cv::resize(plane, working, plane.size(), 0.0, 0.0, cv::INTER_CUBIC);
+  // A copy of the plane alone: the searches filter regions of it, and a region of a caller's
+  // larger image would let OpenCV read the pixels around it.
+  const cv::Mat working = plane.clone();
   if (DebugSwitch(kind) == 1) {
     debug_view::CloseAll();
     debug_view::Show("原图", working);
