@@ -3,7 +3,6 @@
 #define IMGTARN_COMMON_PARA_HPP
 
 #include <climits>
-#include <cmath>
 
 namespace imgtarn {
 
@@ -18,15 +17,6 @@ inline int TruncToInt(float value) { return TruncToInt(static_cast<double>(value
 
 // para[index] as an integer, truncated toward zero.
 inline int ParaInt(const float* para, int index) { return TruncToInt(para[index]); }
-
-// Rounding to nearest (halves away from zero) with the same guard for NaN and overflow.
-inline int RoundToInt(double value) { return TruncToInt(std::round(value)); }
-
-// width * height as a 64-bit product, so huge or negative sizes can be refused before any
-// allocation; an area of 0 or below means "no plane".
-inline long long PlaneArea(int width, int height) {
-  return static_cast<long long>(width) * static_cast<long long>(height);
-}
 
 }  // namespace imgtarn
 
