@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 #include <string>
@@ -18,9 +19,6 @@ using imgtarn::debug_view::RecordingSink;
 using imgtarn::debug_view::ScopedSink;
 
 using scenes::Filled;
-cv::Mat Mask(cv::Size size, const std::vector<cv::Rect>& rects, int value = 255) {
-  return Filled(size, rects, value);
-}
 // A dark board with bright pads: what the splitter sees.
 cv::Mat PadField(cv::Size size, const std::vector<cv::Rect>& pads) {
   return Filled(size, pads, 220, 30);
@@ -74,10 +72,10 @@ TEST(MaskGeometry, NearestUnitScaleTakesTheRatioNearerOneAndHeightOnATie) {
 const cv::Size kPlane(60, 60);
 const cv::Rect kPad(20, 20, 20, 20);
 const cv::Rect kInside(10, 10, 40, 40);
+const cv::Mat kCad = Filled(kPlane, {kPad}), kBoundary = Filled(kPlane, {kInside});
 
 TEST(SpillWeightMap, RingsRiseTowardsTheBoundary) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat weights = co::BuildSpillWeightMap(cad, Mask(kPlane, {kInside}));
+  const cv::Mat weights = co::BuildSpillWeightMap(kCad, kBoundary);
   // The 11th growth step reaches column 9, outside the boundary: ten rings.
   for (int ring = 1; ring <= 10; ++ring)
     EXPECT_EQ(weights.at<unsigned char>(30, 39 + ring), ring * 255 / 10) << ring;
@@ -92,27 +90,22 @@ struct SpillCase {
 };
 
 std::vector<SpillCase> SpillCases() {
-  std::vector<SpillCase> cases;
   const cv::Mat everywhere(kPlane, CV_8UC1, cv::Scalar(255));
-  cases.push_back({"margin", Mask(kPlane, {kPad}), Mask(kPlane, {kInside})});
-  cases.push_back({"no outside", Mask(kPlane, {kPad}), everywhere});
-  cases.push_back(
-      {"first step out", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(20, 20, 21, 20)})});
-  cases.push_back({"pad outside", Mask(kPlane, {kPad}), Mask(kPlane, {cv::Rect(0, 0, 25, 60)})});
-  cases.push_back({"empty pad", cv::Mat::zeros(kPlane, CV_8UC1), Mask(kPlane, {kInside})});
-  cases.push_back({"corner pad", Mask(kPlane, {cv::Rect(0, 0, 3, 2)}, 7), everywhere});
-  cases.push_back(
-      {"edge pad", Mask(kPlane, {cv::Rect(55, 10, 5, 5)}), Mask(kPlane, {kInside}, 254)});
-  cases.push_back({"two pads", Mask(kPlane, {cv::Rect(5, 5, 4, 4), cv::Rect(45, 30, 6, 9)}),
-                   Mask(kPlane, {cv::Rect(0, 0, 60, 50)})});
-  // More than 255 rings: the first rings' weights truncate to 0 and take the next ones'.
-  const cv::Size wide(600, 8);
-  cases.push_back(
-      {"many rings", Mask(wide, {cv::Rect(0, 3, 1, 1)}), cv::Mat(wide, CV_8UC1, cv::Scalar(255))});
-  // Too long for 16-bit distances: the 32-bit ones take over.
-  const cv::Size line(32770, 1);
-  cases.push_back(
-      {"32-bit", Mask(line, {cv::Rect(32000, 0, 3, 1)}), Mask(line, {cv::Rect(31960, 0, 90, 1)})});
+  const cv::Size wide(600, 8), line(32770, 1);
+  std::vector<SpillCase> cases = {
+      {"margin", kCad, kBoundary},
+      {"no outside", kCad, everywhere},
+      {"first step out", kCad, Filled(kPlane, {{20, 20, 21, 20}})},
+      {"pad outside", kCad, Filled(kPlane, {{0, 0, 25, 60}})},
+      {"empty pad", cv::Mat::zeros(kPlane, CV_8UC1), kBoundary},
+      {"corner pad", Filled(kPlane, {{0, 0, 3, 2}}, 7), everywhere},
+      {"edge pad", Filled(kPlane, {{55, 10, 5, 5}}), Filled(kPlane, {kInside}, 254)},
+      {"two pads", Filled(kPlane, {{5, 5, 4, 4}, {45, 30, 6, 9}}),
+       Filled(kPlane, {{0, 0, 60, 50}})},
+      // More than 255 rings: the first rings' weights truncate to 0 and take the next ones'.
+      {"many rings", Filled(wide, {{0, 3, 1, 1}}), cv::Mat(wide, CV_8UC1, cv::Scalar(255))},
+      // Too long for 16-bit distances: the 32-bit ones take over.
+      {"32-bit", Filled(line, {{32000, 0, 3, 1}}), Filled(line, {{31960, 0, 90, 1}})}};
   // Random pads and holes in the boundary, on widths around the eight-cell distance steps.
   cv::RNG rng(5);
   for (int i = 0; i < 16; ++i) {
@@ -171,68 +164,61 @@ double Pass(cv::Mat measured, const cv::Mat& cad, const cv::Mat& boundary, int p
 class ShiftedBlob : public ::testing::TestWithParam<int> {};
 TEST_P(ShiftedBlob, PassZeroIsChargedTwoToTheOffsetError) {
   const int dx = GetParam();
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat boundary = Mask(kPlane, {kInside});
-  const cv::Mat measured = Mask(kPlane, {kPad + cv::Point(dx, 0)});
+  const cv::Mat measured = Filled(kPlane, {kPad + cv::Point(dx, 0)});
 
   // Pixels beyond the pad weigh ring / 10 of a pixel (ten rings, see above).
   double spill = 0.0;
   for (int i = 1; i <= std::abs(dx); ++i) spill += 20.0 * (i * 255 / 10) / 255.0;
   const double raw = (400.0 - 20.0 * std::abs(dx)) / 400.0 - spill / 400.0;
-  const double coverage = co::CoverageScore(measured, co::OverlayReference(cad, boundary), false);
+  const double coverage = co::CoverageScore(measured, co::OverlayReference(kCad, kBoundary), false);
   EXPECT_NEAR(coverage, raw, 1e-12);
 
   // The centroids are 29 and trunc((59 + 2 dx) / 2); the ratio is 1 - 2 d / 20.
   const int d = 29 - (59 + 2 * dx) / 2;
   float ratio = 1.0f - static_cast<float>(2 * d) / 20.0f;
   if (ratio > 1.0f) ratio = 1.0f / ratio;
-  EXPECT_DOUBLE_EQ(Pass(measured, cad, boundary, 0), raw / powf(2.0f, 1.0f - ratio));
+  EXPECT_DOUBLE_EQ(Pass(measured, kCad, kBoundary, 0), raw / powf(2.0f, 1.0f - ratio));
 
   // Pass 1 moves the blob home and pays exp of the same error instead.
-  EXPECT_DOUBLE_EQ(Pass(measured.clone(), cad, boundary, 1), 1.0 / expf(1.0f - ratio));
+  EXPECT_DOUBLE_EQ(Pass(measured.clone(), kCad, kBoundary, 1), 1.0 / expf(1.0f - ratio));
 }
 INSTANTIATE_TEST_SUITE_P(Shifts, ShiftedBlob, ::testing::Values(-3, -2, 0, 2, 4));
 
 TEST(CadOverlay, ScaledBlobIsRescaledByPassOneWhichWins) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
-  const cv::Mat boundary = Mask(kPlane, {kInside});
-  const cv::Mat measured = Mask(kPlane, {cv::Rect(22, 22, 16, 16)});
-  const double pass0 = Pass(measured.clone(), cad, boundary, 0);
-  EXPECT_DOUBLE_EQ(pass0, 256.0 / 400.0);
+  const cv::Mat measured = Filled(kPlane, {cv::Rect(22, 22, 16, 16)});
+  EXPECT_DOUBLE_EQ(Pass(measured.clone(), kCad, kBoundary, 0), 256.0 / 400.0);
   // 16 -> 20 on both axes: scale ratio 1.25, read as 0.8.
-  const double pass1 = Pass(measured.clone(), cad, boundary, 1);
+  const double pass1 = Pass(measured.clone(), kCad, kBoundary, 1);
   EXPECT_DOUBLE_EQ(pass1, 1.0 / expf(0.2f));
   cv::Mat copy = measured.clone();
-  EXPECT_FLOAT_EQ(co::BestOverlayScore(copy, cad, boundary, false), static_cast<float>(pass1));
+  EXPECT_FLOAT_EQ(co::BestOverlayScore(copy, kCad, kBoundary, false), static_cast<float>(pass1));
 }
 
 TEST(CadOverlay, EmptyMasksAndABlobAsWideAsThePlaneFailTheAlignmentAZeroSideRaises) {
-  const cv::Mat cad = Mask(kPlane, {kPad});
   const cv::Mat empty = cv::Mat::zeros(kPlane, CV_8UC1);
-  const cv::Mat boundary = Mask(kPlane, {kInside});
   co::Alignment alignment;
   const auto follow = [&](cv::Mat measured, const cv::Mat& target) {
     return co::FollowToCad(measured, co::ShapeOf(measured), target, co::ShapeOf(target), 1,
                            &alignment);
   };
-  EXPECT_FALSE(follow(empty.clone(), cad));
-  EXPECT_EQ(Pass(empty.clone(), cad, boundary, 0), 0.0);
-  EXPECT_EQ(Pass(cad.clone(), empty, boundary, 1), 0.0);
-  const cv::Mat strip = Mask(kPlane, {cv::Rect(0, 20, 60, 20)});
-  EXPECT_FALSE(follow(Mask(kPlane, {cv::Rect(0, 22, 60, 16)}), strip));
+  EXPECT_FALSE(follow(empty.clone(), kCad));
+  EXPECT_EQ(Pass(empty.clone(), kCad, kBoundary, 0), 0.0);
+  EXPECT_EQ(Pass(kCad.clone(), empty, kBoundary, 1), 0.0);
+  const cv::Mat strip = Filled(kPlane, {cv::Rect(0, 20, 60, 20)});
+  EXPECT_FALSE(follow(Filled(kPlane, {cv::Rect(0, 22, 60, 16)}), strip));
   // A 1 x 40 blob on the 20 x 20 pad is scaled by 0.5 (the ratio nearer 1): its width
   // truncates to 0 and the resize's error leaves pass 1, as it does for the template patch.
-  EXPECT_THROW(follow(Mask(kPlane, {cv::Rect(30, 10, 1, 40)}), cad), cv::Exception);
-  cv::Mat patch = Mask({20, 20}, {{9, 0, 1, 20}});
-  EXPECT_THROW(co::FollowPatch(patch, Mask({20, 20}, {{0, 5, 20, 10}})), cv::Exception);
+  EXPECT_THROW(follow(Filled(kPlane, {cv::Rect(30, 10, 1, 40)}), kCad), cv::Exception);
+  cv::Mat patch = Filled({20, 20}, {{9, 0, 1, 20}});
+  EXPECT_THROW(co::FollowPatch(patch, Filled({20, 20}, {{0, 5, 20, 10}})), cv::Exception);
 }
 
 // ---- Slot 20 adapter ----
 
 struct OverlayPlanes {
-  cv::Mat boundary = Mask(kPlane, {kInside});
-  cv::Mat cad = Mask(kPlane, {kPad});
-  cv::Mat measured = Mask(kPlane, {kPad + cv::Point(2, 1)});
+  cv::Mat boundary = Filled(kPlane, {kInside});
+  cv::Mat cad = Filled(kPlane, {kPad});
+  cv::Mat measured = Filled(kPlane, {kPad + cv::Point(2, 1)});
   float score = -5.0f;
   int Run(float debug, float width = 60, float height = 60) {
     float para[3] = {width, height, debug};
@@ -265,10 +251,8 @@ TEST(FollowCadOverlay, DebugAboveTheThresholdShowsBothPassesAndWritesTheirFiles)
     ScopedSink scope(&sink);
     OverlayPlanes planes;
     ASSERT_EQ(planes.Run(debug), 0);
-    if (!shown) {
-      EXPECT_TRUE(sink.Empty());
-      continue;
-    }
+    EXPECT_EQ(sink.Empty(), !shown);
+    if (!shown) continue;
     EXPECT_EQ(sink.Events().front().kind, RecordingSink::Kind::kCloseAll);
     const std::vector<std::string> pass = {"matOverlapCad", "matCAD",       "matSrcOffset",
                                            "源图像",        "目标模板图像", "外模板图像"};
@@ -277,11 +261,9 @@ TEST(FollowCadOverlay, DebugAboveTheThresholdShowsBothPassesAndWritesTheirFiles)
     EXPECT_EQ(sink.Titles(), titles);
     EXPECT_EQ(sink.Files(), (std::vector<std::string>{"matOverlapCad.bmp", "AfterFollowing.bmp",
                                                       "matOverlapCad.bmp", "AfterFollowing.bmp"}));
-    for (const auto& event : sink.Events()) {
-      if (event.name == "AfterFollowing.bmp") {
-        EXPECT_EQ(cv::countNonZero(event.image != planes.cad), 0);
-      }
-    }
+    for (const auto& event : sink.Events())
+      EXPECT_TRUE(event.name != "AfterFollowing.bmp" ||
+                  cv::countNonZero(event.image != planes.cad) == 0);
   }
 }
 
@@ -292,20 +274,12 @@ const std::vector<cv::Rect> kRowOfThree = {{10, 20, 20, 20}, {50, 20, 20, 20}, {
 const std::vector<cv::Rect> kColumnOfThree = {{20, 5, 20, 10}, {20, 25, 20, 10}, {20, 45, 20, 10}};
 
 co::SplitParams Params(cv::Size size, int gridRows = 0, int gridCols = 0, bool debug = false) {
-  co::SplitParams params;
-  params.width = size.width;
-  params.height = size.height;
-  params.brightPads = true;
-  params.debug = debug;
-  params.gridRows = gridRows;
-  params.gridCols = gridCols;
-  return params;
+  return co::SplitParams{size.width, size.height, true, debug, gridRows, gridCols};
 }
 
 struct GridCase {
   std::vector<cv::Rect> pads;
-  int gridRows, gridCols;
-  int expectedCols;
+  int gridRows, gridCols, expectedCols;
 };
 class ContourGrid : public ::testing::TestWithParam<GridCase> {};
 TEST_P(ContourGrid, EveryPadIsABlobAndAGivenGridSetsTheColumnsOnly) {
@@ -345,22 +319,17 @@ TEST(ContourSplit, AnUnlikeAreaEndsTheListWhateverFollows) {
 
 TEST(Bands, ChooseBandsKeepsTheExpectedOrTheLeadingAlikeRun) {
   const std::vector<co::Band> byMass = {{0, 1, 100}, {5, 1, 60}, {9, 1, 15}, {12, 1, 14}};
-  int expected = 0;
-  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 2u);  // 15 / 60 < 0.3 ends it
-  EXPECT_EQ(expected, 2);
-  expected = 3;
-  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 3u);
-  expected = 9;
-  EXPECT_EQ(co::ChooseBands(byMass, expected).size(), 4u);
-  expected = -2;  // a negative grid is given: its first -2 bands are none
-  EXPECT_TRUE(co::ChooseBands(byMass, expected).empty());
-  EXPECT_EQ(expected, -2);
+  // Given 0 the count is chosen (15 / 60 < 0.3 ends the run); a negative grid's first -2 bands
+  // are none. {expected given, bands kept, expected after}:
+  for (auto [expected, kept, after] : {std::array{0, 2, 2}, {3, 3, 3}, {9, 4, 9}, {-2, 0, -2}}) {
+    EXPECT_EQ(co::ChooseBands(byMass, expected).size(), std::size_t(kept));
+    EXPECT_EQ(expected, after);
+  }
 }
 
 struct ProjectionCase {
   std::vector<cv::Rect> pads;
-  int gridRows, gridCols;
-  int expectedRows, expectedCols;
+  int gridRows, gridCols, expectedRows, expectedCols;
   std::vector<cv::Rect> boxes;  // blob boxes in blob order
 };
 class Projection : public ::testing::TestWithParam<ProjectionCase> {};
@@ -379,6 +348,8 @@ const std::vector<cv::Rect> kRowOfFourBlobs = {
     {5, 20, 21, 21}, {35, 20, 21, 21}, {65, 20, 21, 21}, {95, 20, 21, 21}};
 const std::vector<cv::Rect> kColumnOfThreeBlobs = {
     {20, 5, 21, 11}, {20, 25, 21, 11}, {20, 45, 21, 11}};
+const std::vector<cv::Rect> kRowOpenAtTheRight = {
+    {10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}};
 using PC = ProjectionCase;
 INSTANTIATE_TEST_SUITE_P(
     Fields, Projection,
@@ -390,12 +361,7 @@ INSTANTIATE_TEST_SUITE_P(
         PC{kColumnOfThree, 0, 0, 3, 1, kColumnOfThreeBlobs},
         PC{kColumnOfThree, 3, 2, 3, 1, kColumnOfThreeBlobs},
         // A pad touching the right edge leaves its column band open: it is not found.
-        PC{{{10, 20, 20, 20}, {50, 20, 20, 20}, {100, 20, 20, 20}},
-           0,
-           0,
-           1,
-           2,
-           {{10, 20, 21, 21}, {50, 20, 21, 21}}},
+        PC{kRowOpenAtTheRight, 0, 0, 1, 2, {{10, 20, 21, 21}, {50, 20, 21, 21}}},
         // Only a row band (the column touches the right edge): the whole image is split by
         // rows. Only a column band (the row touches the bottom): split by columns.
         PC{{{100, 5, 20, 10}, {100, 25, 20, 10}}, 0, 0, 2, 1, {{0, 5, 120, 11}, {0, 25, 120, 11}}},
@@ -425,23 +391,21 @@ TEST(SplitPads, DebugShowsEachMethodsViewsOnlyWhenOn) {
 // ---- Blob buffers ----
 
 TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
-  cv::Mat image = PadField(kField, kRowOfThree);
-  float para[6] = {120, 60, 1, 0, 0, 0};
-  float grid[2] = {-1, -1};
   std::vector<unsigned char> pixels(3 * 400, 7);
-  std::vector<int> rects(12, -1);
-  ASSERT_EQ(co::SplitPadBlobs(image.data, para, grid, pixels.data(), rects.data()), 0);
-  EXPECT_EQ(grid[0], 1.0f);
-  EXPECT_EQ(grid[1], 3.0f);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(rects[4 * i + 2], 20);
-    EXPECT_EQ(rects[4 * i + 3], 20);
-  }
+  std::vector<int> rects;
+  std::vector<float> grid;
+  const auto split = [&](const cv::Mat& plane, float gridRows, float gridCols) {
+    float para[6] = {120, 60, 1, 0, gridRows, gridCols};
+    grid.assign(2, -1), rects.assign(16, -1);
+    return co::SplitPadBlobs(plane.data, para, grid.data(), pixels.data(), rects.data());
+  };
+  const cv::Mat image = PadField(kField, kRowOfThree);
+  ASSERT_EQ(split(image, 0, 0), 0);
+  EXPECT_EQ(grid, (std::vector<float>{1, 3}));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(cv::Size(rects[4 * i + 2], rects[4 * i + 3]), kPad.size());
   // Only a zero leaves the grid out: -1 rows and 5 columns is a grid, whose columns count.
-  para[4] = -1;
-  para[5] = 5;
-  ASSERT_EQ(co::SplitPadBlobs(image.data, para, grid, pixels.data(), rects.data()), 0);
-  EXPECT_EQ(std::vector<float>(grid, grid + 2), (std::vector<float>{1, 5}));
+  ASSERT_EQ(split(image, -1, 5), 0);
+  EXPECT_EQ(grid, (std::vector<float>{1, 5}));
   // Specks of five 1s in a 3 x 3 cell vanish in the contour method's 5 x 5 Gaussian (at most
   // 0.36 per pixel) but survive the projection method's 3 x 3 box (5 / 9 in the middle): a
   // row of four one-pixel pads, each blob one line longer than its pad.
@@ -449,56 +413,48 @@ TEST(SplitPadBlobs, AdapterWritesGridRectsAndPixelsOrLeavesThemAlone) {
   for (int x : {15, 45, 75, 105})
     for (const cv::Point d : {cv::Point(-1, -1), {1, -1}, {-1, 1}, {1, 1}, {0, -1}})
       faint.at<unsigned char>(cv::Point(x, 30) + d) = 1;
-  float fallback[6] = {120, 60, 1, 0, 0, 0};
-  rects.assign(16, -1);
-  ASSERT_EQ(co::SplitPadBlobs(faint.data, fallback, grid, pixels.data(), rects.data()), 0);
-  EXPECT_EQ(std::vector<float>(grid, grid + 2), (std::vector<float>{1, 4}));
+  ASSERT_EQ(split(faint, 0, 0), 0);
+  EXPECT_EQ(grid, (std::vector<float>{1, 4}));
   EXPECT_EQ(std::vector<int>(rects.begin(), rects.begin() + 8),
             (std::vector<int>{15, 30, 2, 2, 45, 30, 2, 2}));
-  float flat[6] = {120, 60, 1, 0, 0, 0};
-  cv::Mat plain(kField, CV_8UC1, cv::Scalar(0));
-  grid[0] = -1;
-  rects.assign(12, -1);
-  co::SplitPadBlobs(plain.data, flat, grid, pixels.data(), rects.data());
-  EXPECT_EQ(grid[0], -1.0f);  // nothing found: untouched
-  EXPECT_EQ(rects[0], -1);
-  EXPECT_EQ(co::SplitPadBlobs(nullptr, para, grid, nullptr, nullptr), -1);
+  // Nothing found, or no plane: refused, the grid and the rectangles untouched.
+  for (const cv::Mat& plane : {cv::Mat(kField, CV_8UC1, cv::Scalar(0)), cv::Mat()}) {
+    EXPECT_EQ(split(plane, 0, 0), -1);
+    EXPECT_EQ(grid, std::vector<float>(2, -1));
+    EXPECT_EQ(rects, std::vector<int>(16, -1));
+  }
 }
 
 // ---- Template matching ----
 
 TEST(MatchOneTemplate, OwnPadScoresOneAnEmptyTemplateZeroAndALargerOneFitsInsideABorder) {
-  const cv::Mat scene = Mask(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});
+  const cv::Mat scene = Filled(kField, {{10, 20, 20, 20}, {50, 15, 30, 25}});
   EXPECT_NEAR(co::MatchOneTemplate(scene, cv::Mat(25, 30, CV_8UC1, cv::Scalar(255))), 1.0f, 1e-5f);
   EXPECT_EQ(co::MatchOneTemplate(scene, cv::Mat::zeros(8, 8, CV_8UC1)), 0.0f);
   // 10 wider than the scene (dx = -9): the border gives the pad room to sit under it. One
   // wider or higher (dx or dy = 0) is framed the same way.
-  const cv::Mat small = Mask({30, 20}, {{5, 5, 20, 10}});
-  for (const cv::Size size :
-       {cv::Size(40, 20), cv::Size(31, 20), cv::Size(30, 21), cv::Size(31, 21)}) {
-    const cv::Mat templ = Mask(size, {{5, 5, 20, 10}});
-    EXPECT_NEAR(co::MatchOneTemplate(small, templ), 1.0f, 1e-5f) << size;
-  }
+  const cv::Mat small = Filled({30, 20}, {{5, 5, 20, 10}});
+  for (const cv::Size size : std::vector<cv::Size>{{40, 20}, {31, 20}, {30, 21}, {31, 21}})
+    EXPECT_NEAR(co::MatchOneTemplate(small, Filled(size, {{5, 5, 20, 10}})), 1.0f, 1e-5f) << size;
 }
 
 TEST(ShapeAgreement, IdenticalIsOneAndMissingPartsLowerIt) {
-  const cv::Mat templ = Mask({30, 30}, {{5, 5, 20, 20}});
+  const cv::Mat templ = Filled({30, 30}, {{5, 5, 20, 20}});
   EXPECT_DOUBLE_EQ(co::ShapeAgreement(templ.clone(), templ), 1.0);
   // A half pad is rescaled to the template box by its nearer-to-one ratio (height: 1), so
   // half of the template stays uncovered.
-  const double half = co::ShapeAgreement(Mask({30, 30}, {{5, 5, 10, 20}}), templ);
-  EXPECT_NEAR(half, 0.5, 1e-9);
+  EXPECT_NEAR(co::ShapeAgreement(Filled({30, 30}, {{5, 5, 10, 20}}), templ), 0.5, 1e-9);
   // A patch of another size pays 2^(1 - v) for the ratio farther from 1.
-  const double wide = co::ShapeAgreement(Mask({60, 30}, {{10, 5, 40, 20}}), templ);
-  EXPECT_NEAR(wide, 1.0 / powf(2.0f, 0.5f), 1e-6);
+  EXPECT_NEAR(co::ShapeAgreement(Filled({60, 30}, {{10, 5, 40, 20}}), templ),
+              1.0 / powf(2.0f, 0.5f), 1e-6);
 }
 
 TEST(FollowPatch, BlobTooLargeAfterScalingIsScaledAgainToFit) {
   // The template's blob spans the full width; the patch's 16 x 8 blob is scaled by 1.25 onto
   // that width and no longer fits, so it is fitted to the patch and placed anyway, then moved
   // onto the template's centroid.
-  const cv::Mat templ = Mask({20, 20}, {{0, 5, 20, 10}});
-  cv::Mat patch = Mask({20, 20}, {{2, 6, 16, 8}});
+  const cv::Mat templ = Filled({20, 20}, {{0, 5, 20, 10}});
+  cv::Mat patch = Filled({20, 20}, {{2, 6, 16, 8}});
   co::FollowPatch(patch, templ);
   EXPECT_EQ(cv::countNonZero(patch != templ), 0);
 }

@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <initializer_list>
 #include <limits>
 #include <opencv2/imgproc.hpp>
-#include <utility>
 #include <vector>
 
 #include "contour_tools.hpp"
@@ -88,21 +86,20 @@ TEST(ClassifyRingContours, SortsRingsSolidsAndMultiHoleBlobs) {
   // Blobs need 10 pixels, holes an outline area of 4; room for two rings and one solid.
   Floats para = Para(source, {{3, 10}, {5, 4}, {6, 2}, {7, 1}});
   Plane rings(120, 80), solids(120, 80);
-  float ringEntries[8] = {}, solidEntries[8];
-  std::fill(std::begin(solidEntries), std::end(solidEntries), -5.0f);
-  ASSERT_EQ(ClassifyRingContours(rings.data(), solids.data(), solidEntries, para.data(),
-                                 ringEntries, source.data()),
+  Floats rin(8, 0.0f), sol(8, -5.0f);  // ring and solid entries
+  ASSERT_EQ(ClassifyRingContours(rings.data(), solids.data(), sol.data(), para.data(), rin.data(),
+                                 source.data()),
             0);
   EXPECT_EQ(Slice(para.data(), 8, 3), (Floats{2, 2, 1}));
   // Raster order: the ring at the top first.
-  ExpectNear(Slice(ringEntries, 0, 2), {20, 20}, 0.01f);
-  EXPECT_NEAR(ringEntries[3], M_PI * 36, 20.0);  // hole area
-  ExpectNear(Slice(ringEntries, 4, 2), {90, 60}, 0.01f);
-  EXPECT_NEAR(solidEntries[0], 60.0f, 0.01f);
-  EXPECT_EQ(solidEntries[3], 0.0f);
-  EXPECT_EQ(solidEntries[4], -5.0f);  // capacity 1: nothing past the first entry
-  EXPECT_EQ(rings.At(20, 20), 0);     // the bore is not part of the ring
-  EXPECT_EQ(solids.At(60, 55), 0);    // the two-hole blob is in neither mask
+  ExpectNear(Slice(rin.data(), 0, 2), {20, 20}, 0.01f);
+  EXPECT_NEAR(rin[3], M_PI * 36, 20.0);  // hole area
+  ExpectNear(Slice(rin.data(), 4, 2), {90, 60}, 0.01f);
+  EXPECT_NEAR(sol[0], 60.0f, 0.01f);
+  EXPECT_EQ(sol[3], 0.0f);
+  EXPECT_EQ(sol[4], -5.0f);         // capacity 1: nothing past the first entry
+  EXPECT_EQ(rings.At(20, 20), 0);   // the bore is not part of the ring
+  EXPECT_EQ(solids.At(60, 55), 0);  // the two-hole blob is in neither mask
 }
 
 TEST(MorphBoundingRects, OpeningDropsSpecksClosingJoinsSplitBlobsCapacityLimitsTheList) {
@@ -268,13 +265,15 @@ TEST(DrawContourMask, FillsHolesAndLeavesSpecksOut) {
 // cv::fillPoly, against cv::drawContours on the whole list (the reference, quadratic in the
 // contour count) on planes with thousands of blobs and holes. Each contour is drawn in its own
 // level over the last, so a difference in any one drawing shows.
+cv::Mat Checkerboard(int rows, int cols, int cell) {
+  cv::Mat plane(rows, cols, CV_8UC1);
+  plane.forEach<unsigned char>(
+      [cell](unsigned char& v, const int* at) { v = (at[1] / cell + at[0] / cell) % 2 ? 255 : 0; });
+  return plane;
+}
+
 cv::Mat OracleBinary(bool checkerboard) {
-  if (checkerboard) {
-    cv::Mat plane(90, 120, CV_8UC1);
-    for (int y = 0; y < plane.rows; ++y)
-      for (int x = 0; x < plane.cols; ++x) plane.at<unsigned char>(y, x) = (x + y) % 2 ? 255 : 0;
-    return plane;
-  }
+  if (checkerboard) return Checkerboard(90, 120, 1);
   cv::Mat noise(180, 240, CV_8UC1), binary;
   cv::RNG(12).fill(noise, cv::RNG::UNIFORM, 0, 256);
   cv::threshold(noise, binary, 128, 255, cv::THRESH_BINARY);
@@ -290,10 +289,8 @@ TEST_P(DrawOracle, DrawingAloneOrByFillPolyMatchesDrawingFromTheWholeList) {
   FindTwoLevelContoursLiteral(binary, all, hierarchy);
   ASSERT_GT(all.size(), 2000u);
   cv::Mat reference[4], fast[4];
-  for (int k = 0; k < 4; ++k) {
-    reference[k] = cv::Mat::zeros(binary.size(), CV_8UC1);
-    fast[k] = reference[k].clone();
-  }
+  for (int k = 0; k < 4; ++k)
+    reference[k] = cv::Mat::zeros(binary.size(), CV_8UC1), fast[k] = reference[k].clone();
   int holes = 0;
   for (int i = 0; i < static_cast<int>(all.size()); ++i) {
     const cv::Scalar level(1 + i % 254);
@@ -323,26 +320,13 @@ INSTANTIATE_TEST_SUITE_P(ContourTools, DrawOracle, ::testing::Bool(),
 cv::Mat RandomBinary(int seed) {
   cv::RNG rng(seed);
   cv::Mat plane(rng.uniform(1, 60), rng.uniform(1, 80), CV_8UC1, cv::Scalar(0));
-  switch (seed % 4) {
-    case 0:
-      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
-      break;
-    case 1:
-      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
-      cv::GaussianBlur(plane, plane, cv::Size(5, 5), 0);
-      break;
-    case 2: {
-      const int cell = rng.uniform(1, 4);
-      for (int y = 0; y < plane.rows; ++y)
-        for (int x = 0; x < plane.cols; ++x)
-          plane.at<unsigned char>(y, x) = (x / cell + y / cell) % 2 ? 255 : 0;
-      break;
-    }
-    default:
-      for (int i = 0; i < 8; ++i)
-        cv::circle(plane, {rng.uniform(0, plane.cols), rng.uniform(0, plane.rows)},
-                   rng.uniform(1, 20), cv::Scalar(255), rng.uniform(1, 3));
-  }
+  const int kind = seed % 4;
+  if (kind < 2) rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
+  if (kind == 1) cv::GaussianBlur(plane, plane, cv::Size(5, 5), 0);
+  if (kind == 2) plane = Checkerboard(plane.rows, plane.cols, rng.uniform(1, 4));
+  for (int i = 0; i < (kind == 3 ? 8 : 0); ++i)
+    cv::circle(plane, {rng.uniform(0, plane.cols), rng.uniform(0, plane.rows)}, rng.uniform(1, 20),
+               cv::Scalar(255), rng.uniform(1, 3));
   cv::threshold(plane, plane, rng.uniform(60, 200), 255, cv::THRESH_BINARY);
   return plane;
 }
@@ -371,30 +355,22 @@ struct OperationCase {
 float gResult[64];
 unsigned char gPlane[64 * 64];
 const int kNoPolygons[] = {0};
+using U8 = unsigned char*;
 
 const OperationCase kOperations[] = {
     {"Draw",
-     [](unsigned char* p, float* para) {
-       return DrawContoursAllExternal(p, para, gPlane, nullptr, nullptr);
-     }},
+     [](U8 p, float* a) { return DrawContoursAllExternal(p, a, gPlane, nullptr, nullptr); }},
     {"Rings",
-     [](unsigned char* p, float* para) {
-       return ClassifyRingContours(nullptr, nullptr, nullptr, para, nullptr, p);
-     }},
-    {"Rects", [](unsigned char* p, float* para) { return MorphBoundingRects(p, para); }},
-    {"Moments", [](unsigned char* p,
-                   float* para) { return SegmentByMoments(p, nullptr, para, nullptr, gResult); }},
-    {"Approx",
-     [](unsigned char* p, float* para) { return ApproxContoursDemo(p, para, nullptr, gResult); }},
-    {"Enclosed",
-     [](unsigned char* p, float* para) { return CountEnclosedPixels(p, para, gResult); }},
-    {"Outline", [](unsigned char* p, float* para) { return CountOutlinePixels(p, para, gResult); }},
-    {"Band", [](unsigned char* p,
-                float* para) { return MorphRingBand(nullptr, nullptr, gPlane, para, p); }},
-    {"Between", [](unsigned char* p, float* para) { return RingBetweenMasks(p, p, gPlane, para); }},
-    {"Fill",
-     [](unsigned char* p, float* para) { return FillContours(p, para, kNoPolygons, nullptr); }},
-    {"Mask", [](unsigned char* p, float* para) { return DrawContourMask(gPlane, p, para); }},
+     [](U8 p, float* a) { return ClassifyRingContours(nullptr, nullptr, nullptr, a, nullptr, p); }},
+    {"Rects", [](U8 p, float* a) { return MorphBoundingRects(p, a); }},
+    {"Moments", [](U8 p, float* a) { return SegmentByMoments(p, nullptr, a, nullptr, gResult); }},
+    {"Approx", [](U8 p, float* a) { return ApproxContoursDemo(p, a, nullptr, gResult); }},
+    {"Enclosed", [](U8 p, float* a) { return CountEnclosedPixels(p, a, gResult); }},
+    {"Outline", [](U8 p, float* a) { return CountOutlinePixels(p, a, gResult); }},
+    {"Band", [](U8 p, float* a) { return MorphRingBand(nullptr, nullptr, gPlane, a, p); }},
+    {"Between", [](U8 p, float* a) { return RingBetweenMasks(p, p, gPlane, a); }},
+    {"Fill", [](U8 p, float* a) { return FillContours(p, a, kNoPolygons, nullptr); }},
+    {"Mask", [](U8 p, float* a) { return DrawContourMask(gPlane, p, a); }},
 };
 
 class ContourOperation : public ::testing::TestWithParam<OperationCase> {};

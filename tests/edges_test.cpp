@@ -8,41 +8,23 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "DalCanny.hpp"
 #include "canny_fast.hpp"
 #include "canny_rows.hpp"
 #include "debug_view.hpp"
 
 namespace {
 
-using imgtarn::edges::AutoCannyThresholds;
-using imgtarn::edges::CannyKernels;
-using imgtarn::edges::CannyRequest;
-using imgtarn::edges::CannyThresholds;
-using imgtarn::edges::CannyTrace;
-using imgtarn::edges::kMagnitudeBins;
-using imgtarn::edges::MyCanny;
-using imgtarn::edges::MyCannyLiteral;
+using namespace imgtarn::edges;
 
-enum class Kind {
-  kRandom,
-  kTextured,
-  kFlat,
-  kHighContrast,
-  kDarkBoard,
-  kPlateaus,
-  kRamps,
-  kStripes
-};
+enum class Kind { kRandom, kTextured, kFlat, kContrast, kDarkBoard, kPlateaus, kRamps, kStripes };
 
 std::string KindName(Kind kind) {
-  const char* names[] = {"Random",    "Textured", "Flat",  "HighContrast",
+  const char* names[] = {"Random",    "Textured", "Flat",  "Contrast",
                          "DarkBoard", "Plateaus", "Ramps", "Stripes"};
   return names[static_cast<int>(kind)];
 }
@@ -57,45 +39,33 @@ cv::Mat MakePlane(Kind kind, cv::Size size, std::uint64_t seed) {
   cv::RNG rng(seed);
   cv::Mat plane(size, CV_8UC1, cv::Scalar(kind == Kind::kDarkBoard ? 20 : 0));
   const int a = rng.uniform(1, 4), b = rng.uniform(1, 4), c = rng.uniform(-9, 10);
-  switch (kind) {
-    case Kind::kRandom:
-      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
-      break;
-    case Kind::kTextured: {  // blurred noise over a blocky wave
-      rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
-      cv::GaussianBlur(plane, plane, cv::Size(5, 5), 1.5);
-      cv::Mat wave(size, CV_8UC1);
-      FillBy(wave, [](int r, int col) { return (r / 3 + col / 5) % 4 * 20; });
-      plane = plane / 2 + wave;
-      break;
-    }
-    case Kind::kFlat:
-      plane.setTo(rng.uniform(0, 256));
-      break;
-    case Kind::kHighContrast:
-    case Kind::kDarkBoard:
-      for (int i = 0; i < (kind == Kind::kDarkBoard ? 3 : 12); ++i) {
-        const cv::Point p(rng.uniform(-5, size.width + 5), rng.uniform(-5, size.height + 5));
-        const cv::Point q(rng.uniform(-5, size.width + 5), rng.uniform(-5, size.height + 5));
-        if (kind == Kind::kDarkBoard) {
-          cv::rectangle(plane, p, p + cv::Point(4, 3), cv::Scalar(230), cv::FILLED);
-        } else if (i % 2 == 0) {
-          cv::rectangle(plane, p, q, cv::Scalar(255), cv::FILLED);
-        } else {
-          cv::circle(plane, p, rng.uniform(1, 20), cv::Scalar(i % 4 == 1 ? 0 : 255), -1);
-        }
-      }
-      break;
-    case Kind::kPlateaus:  // a few grey levels in blocks: equal magnitudes where ties decide
-      FillBy(plane, [&](int r, int col) { return ((r / a) * 7 + (col / b) * 3) % 4 * 60; });
-      break;
-    case Kind::kRamps:  // wrapping ramps: constant magnitudes beside cliffs of the largest
-      FillBy(plane, [&](int r, int col) { return (c * r + (c + a) * col) & 255; });
-      break;
-    case Kind::kStripes:  // saturated stripes at several angles: a plane full of edges
-      FillBy(plane, [&](int r, int col) { return (r * (a - 1) + col * b) % (a + b) ? 255 : 0; });
-      break;
+  if (kind == Kind::kRandom || kind == Kind::kTextured) rng.fill(plane, cv::RNG::UNIFORM, 0, 256);
+  if (kind == Kind::kTextured) {  // blurred noise over a blocky wave
+    cv::GaussianBlur(plane, plane, cv::Size(5, 5), 1.5);
+    cv::Mat wave(size, CV_8UC1);
+    FillBy(wave, [](int r, int col) { return (r / 3 + col / 5) % 4 * 20; });
+    plane = plane / 2 + wave;
   }
+  if (kind == Kind::kFlat) plane.setTo(rng.uniform(0, 256));
+  for (int i = 0; i < (kind == Kind::kDarkBoard ? 3 : kind == Kind::kContrast ? 12 : 0); ++i) {
+    const cv::Point p(rng.uniform(-5, size.width + 5), rng.uniform(-5, size.height + 5));
+    const cv::Point q(rng.uniform(-5, size.width + 5), rng.uniform(-5, size.height + 5));
+    if (kind == Kind::kDarkBoard)
+      cv::rectangle(plane, p, p + cv::Point(4, 3), cv::Scalar(230), cv::FILLED);
+    else if (i % 2 == 0)
+      cv::rectangle(plane, p, q, cv::Scalar(255), cv::FILLED);
+    else
+      cv::circle(plane, p, rng.uniform(1, 20), cv::Scalar(i % 4 == 1 ? 0 : 255), -1);
+  }
+  // A few grey levels in blocks: equal magnitudes where ties decide.
+  if (kind == Kind::kPlateaus)
+    FillBy(plane, [&](int r, int col) { return ((r / a) * 7 + (col / b) * 3) % 4 * 60; });
+  // Wrapping ramps: constant magnitudes beside cliffs of the largest.
+  if (kind == Kind::kRamps)
+    FillBy(plane, [&](int r, int col) { return (c * r + (c + a) * col) & 255; });
+  // Saturated stripes at several angles: a plane full of edges.
+  if (kind == Kind::kStripes)
+    FillBy(plane, [&](int r, int col) { return (r * (a - 1) + col * b) % (a + b) ? 255 : 0; });
   return plane;
 }
 
@@ -115,8 +85,7 @@ int DifferingPixels(const cv::Mat& a, const cv::Mat& b) {
 struct Variant {
   const char* name;
   CannyKernels kernels;
-  int threads;
-  int stripes;
+  int threads, stripes;
 };
 
 const Variant kVariants[] = {{"best/1 thread", CannyKernels::kBest, 1, 0},
@@ -130,28 +99,19 @@ const Variant kVariants[] = {{"best/1 thread", CannyKernels::kBest, 1, 0},
 void ExpectEveryVariantMatchesLiteral(const cv::Mat& plane, const CannyThresholds* given,
                                       bool l2gradient = false) {
   cv::Mat expected;
-  CannyTrace literal;
-  literal.edgePixels = -1;  // each detector must write its own trace, empty images too
-  if (given == nullptr) {
-    MyCannyLiteral(plane, expected, l2gradient, &literal);
-  } else {
-    imgtarn::edges::CannyWithThresholdsLiteral(plane, expected, *given, &literal);
-  }
+  CannyTrace literal{{}, -1};  // each detector must write its own trace, empty images too
+  given ? CannyWithThresholdsLiteral(plane, expected, *given, &literal)
+        : MyCannyLiteral(plane, expected, l2gradient, &literal);
   ASSERT_EQ(literal.edgePixels, cv::countNonZero(expected));
   const int savedThreads = cv::getNumThreads();
   for (const Variant& variant : kVariants) {
     SCOPED_TRACE(variant.name);
     cv::setNumThreads(variant.threads);
-    CannyRequest request;
-    request.automaticThresholds = given == nullptr;
-    if (given != nullptr) request.given = *given;
-    request.l2gradient = l2gradient;
-    request.kernels = variant.kernels;
-    request.stripes = variant.stripes;
+    const CannyRequest request{given == nullptr, l2gradient, given ? *given : CannyThresholds{},
+                               variant.kernels, variant.stripes};
     cv::Mat edges(3, 2, CV_8UC1, cv::Scalar(9));  // the wrong size: must be reallocated
-    CannyTrace fast;
-    fast.edgePixels = -1;
-    imgtarn::edges::DetectCannyEdges(plane, edges, request, &fast);
+    CannyTrace fast{{}, -1};
+    DetectCannyEdges(plane, edges, request, &fast);
     EXPECT_EQ(DifferingPixels(edges, expected), 0);
     EXPECT_EQ(std::tie(fast.thresholds.low, fast.thresholds.high, fast.edgePixels),
               std::tie(literal.thresholds.low, literal.thresholds.high, literal.edgePixels));
@@ -184,10 +144,9 @@ TEST_P(CannyOracle, MatchesLiteralAndOpenCv) {
     }
     // Odd seeds square the thresholds: large ones must still compare like the literal ones.
     ExpectEveryVariantMatchesLiteral(plane, nullptr, seed % 2 == 1);
-    CannyThresholds given;
-    given.low = seed == 1 ? -3 : static_cast<int>(seed * seed * 25);
-    given.high = given.low + static_cast<int>(seed * 97 % 400);
-    imgtarn::edges::CannyWithThresholdsLiteral(plane, edges, given);
+    const int low = seed == 1 ? -3 : static_cast<int>(seed * seed * 25);
+    const CannyThresholds given{low, low + static_cast<int>(seed * 97 % 400)};
+    CannyWithThresholdsLiteral(plane, edges, given);
     if (given.low >= 0) {
       EXPECT_EQ(DifferingPixels(edges, OpenCvCanny(plane, given)), 0) << "given";
     }
@@ -199,15 +158,23 @@ TEST_P(CannyOracle, MatchesLiteralAndOpenCv) {
 // are large enough to be split over threads without being asked.
 INSTANTIATE_TEST_SUITE_P(
     OddSizes, CannyOracle,
-    ::testing::Combine(::testing::Values(Kind::kRandom, Kind::kTextured, Kind::kFlat,
-                                         Kind::kHighContrast, Kind::kDarkBoard, Kind::kPlateaus,
-                                         Kind::kRamps, Kind::kStripes),
-                       ::testing::Values(cv::Size(1, 1), cv::Size(1, 9), cv::Size(9, 1),
-                                         cv::Size(2, 3), cv::Size(3, 3), cv::Size(17, 5),
-                                         cv::Size(18, 7), cv::Size(33, 4), cv::Size(34, 9),
-                                         cv::Size(65, 31), cv::Size(101, 77), cv::Size(301, 299),
-                                         cv::Size(1024, 80))),
-    [](const ::testing::TestParamInfo<OracleCase>& row) {
+    ::testing::Combine(
+        ::testing::Values(Kind::kRandom, Kind::kTextured, Kind::kFlat, Kind::kContrast,
+                          Kind::kDarkBoard, Kind::kPlateaus, Kind::kRamps, Kind::kStripes),
+        ::testing::ValuesIn(std::vector<cv::Size>{{1, 1},
+                                                  {1, 9},
+                                                  {9, 1},
+                                                  {2, 3},
+                                                  {3, 3},
+                                                  {17, 5},
+                                                  {18, 7},
+                                                  {33, 4},
+                                                  {34, 9},
+                                                  {65, 31},
+                                                  {101, 77},
+                                                  {301, 299},
+                                                  {1024, 80}})),
+    [](const auto& row) {
       const cv::Size size = std::get<1>(row.param);
       return KindName(std::get<0>(row.param)) + "_" + std::to_string(size.width) + "x" +
              std::to_string(size.height);
@@ -242,12 +209,11 @@ TEST(CannyOracle, RegionsOfALargerPlaneAndInPlace) {
 // the portable one (which has the literal direction test). Words of zero magnitude may differ
 // in direction only: no direction lets them survive suppression.
 int WideWordsDifferingFromPortable(const cv::Mat& source) {
-  namespace rows = imgtarn::edges::canny_rows;
-  const rows::SourceRows window{source.ptr(0),  source.ptr(1), source.ptr(2), source.cols, 0,
-                                source.cols - 1};
+  const canny_rows::SourceRows window{source.ptr(0),  source.ptr(1), source.ptr(2), source.cols, 0,
+                                      source.cols - 1};
   std::vector<std::int16_t> wide(source.cols), portable(source.cols);
-  rows::PackGradientsAvx2(window, wide.data());
-  rows::PackGradientsPortable(window, 0, source.cols, portable.data());
+  canny_rows::PackGradientsAvx2(window, wide.data());
+  canny_rows::PackGradientsPortable(window, 0, source.cols, portable.data());
   int differing = 0;
   for (int col = 0; col < source.cols; ++col) {
     differing += portable[col] >> 2 == 0 ? wide[col] >> 2 != 0 : wide[col] != portable[col];
@@ -260,7 +226,7 @@ int WideWordsDifferingFromPortable(const cv::Mat& source) {
 // four sign combinations, sits at column 3k + 1 of its own three columns (dx = 2 h + b2 and
 // dy = 2 b1 + b2, so dx and dy have the same parity, as in every image).
 TEST(CannyRows, WideGradientWordsEqualThePortableOnes) {
-  if (!imgtarn::edges::canny_rows::CpuHasAvx2()) GTEST_SKIP() << "the CPU has no AVX2";
+  if (!canny_rows::CpuHasAvx2()) GTEST_SKIP() << "the CPU has no AVX2";
   std::vector<cv::Mat> blocks;
   for (int ax = 1; ax < 512; ++ax) {
     const int t = ax * 13573 / 32768;
@@ -301,40 +267,32 @@ class ThresholdRule : public ::testing::TestWithParam<ThresholdCase> {};
 
 TEST_P(ThresholdRule, PicksTheExpectedPoints) {
   const ThresholdCase& c = GetParam();
+  const auto [low, high] = c.expected;
   const CannyThresholds t = AutoCannyThresholds(c.histogram, c.maxMagnitude, c.pixelCount, false);
-  EXPECT_EQ(t.low, c.expected.low);
-  EXPECT_EQ(t.high, c.expected.high);
-  const CannyThresholds squared =
-      AutoCannyThresholds(c.histogram, c.maxMagnitude, c.pixelCount, true);
-  EXPECT_EQ(squared.low, c.expected.low * c.expected.low);
-  EXPECT_EQ(squared.high, c.expected.high * c.expected.high);
+  const CannyThresholds sq = AutoCannyThresholds(c.histogram, c.maxMagnitude, c.pixelCount, true);
+  EXPECT_EQ(std::tie(t.low, t.high, sq.low, sq.high),
+            std::make_tuple(low, high, low * low, high * high));
 }
 
 // Bin counts are chosen so every share is an exact binary fraction away from the targets.
+using TC = ThresholdCase;
 INSTANTIATE_TEST_SUITE_P(
     HandBuilt, ThresholdRule,
     ::testing::Values(
         // 10000 pixels, 9000 of them flat: the share never reaches one half.
-        ThresholdCase{"DarkBoardWithFewPads",
-                      Histogram(0, 0, 9000, {{50, 200}, {200, 500}, {400, 300}}),
-                      400,
-                      10000,
-                      {0, 0}},
+        TC{"FewPads", Histogram(0, 0, 9000, {{50, 200}, {200, 500}, {400, 300}}), 400, 10000, {}},
         // 1024 pixels, 8 in each of 1..128: p = 65/128, so high = 64 (65 bins at or above);
         // q = p + 0.3, first exceeded by the 104 bins above 24.
-        ThresholdCase{"GradientsEverywhere", Histogram(1, 128, 8), 128, 1024, {24, 64}},
+        TC{"GradientsEverywhere", Histogram(1, 128, 8), 128, 1024, {24, 64}},
         // A top bin of 1/8 raises p to 0.625: high drops from 65 to 49, low lands on 9.
-        ThresholdCase{
-            "TopBinRaisesTheTargets", Histogram(1, 112, 8, {{200, 128}}), 200, 1024, {9, 49}},
+        TC{"TopBinRaisesTheTargets", Histogram(1, 112, 8, {{200, 128}}), 200, 1024, {9, 49}},
         // 30 % flat: high at 28 (73 bins of 0.7 % reach 0.507), the low target is never met.
-        ThresholdCase{
-            "LowTargetNeverReached", Histogram(1, 100, 7, {{0, 300}}), 100, 1000, {0, 28}},
-        ThresholdCase{"FlatImage", Histogram(0, 0, 500), 0, 500, {0, 0}},
-        ThresholdCase{"NoPixels", Histogram(0, 0, 0), 0, 0, {0, 0}},
+        TC{"LowTargetNeverReached", Histogram(1, 100, 7, {{0, 300}}), 100, 1000, {0, 28}},
+        TC{"FlatImage", Histogram(0, 0, 500), 0, 500, {}},
+        TC{"NoPixels", Histogram(0, 0, 0), 0, 0, {}},
         // Every magnitude in one bin: share 1 at once, but the walk ends before exceeding q.
-        ThresholdCase{"SingleMagnitude", Histogram(0, 0, 0, {{300, 64}}), 300, 64, {0, 0}},
-        ThresholdCase{
-            "TwoMagnitudes", Histogram(0, 0, 0, {{300, 32}, {10, 32}}), 300, 64, {0, 10}}),
+        TC{"SingleMagnitude", Histogram(0, 0, 0, {{300, 64}}), 300, 64, {}},
+        TC{"TwoMagnitudes", Histogram(0, 0, 0, {{300, 32}, {10, 32}}), 300, 64, {0, 10}}),
     [](const ::testing::TestParamInfo<ThresholdCase>& row) { return row.param.name; });
 
 // Planes whose strong pixels waiting for hysteresis outgrow the literal detector's initial
@@ -349,10 +307,10 @@ TEST(MyCannyLiteral, GrowsItsStackOnDenseEdgePlanes) {
     FillBy(plane, [&](int, int c) { return (oneRow ? c % 3 != 0 : c % 4 == 0) ? 0 : 255; });
     cv::Mat edges;
     CannyTrace trace;
-    imgtarn::edges::StackUse stack;
+    StackUse stack;
     const CannyThresholds zero;
     if (oneRow) {
-      imgtarn::edges::CannyWithThresholdsLiteral(plane, edges, zero, &trace, &stack);
+      CannyWithThresholdsLiteral(plane, edges, zero, &trace, &stack);
       EXPECT_GE(stack.finalCapacity, 5001u);
     } else {
       MyCannyLiteral(plane, edges, false, &trace, &stack);
@@ -424,7 +382,7 @@ TEST_P(ContourStage, FillsEveryPadThatReachesTheMinimumArea) {
   std::vector<unsigned char> dst(board.pixels.size(), 99);
   float para[5] = {PadBoard::kWidth, PadBoard::kHeight, 1, 0, static_cast<float>(c.minArea)};
   float result[4] = {-1, -1, -1, -1};
-  ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), para, dst.data(), result), 0);
+  ASSERT_EQ(DetectEdgesCanny(board.pixels.data(), para, dst.data(), result), 0);
   EXPECT_EQ(result[3], static_cast<float>(std::count(c.kept.begin(), c.kept.end(), true)));
   const cv::Mat mask(PadBoard::kHeight, PadBoard::kWidth, CV_8UC1, dst.data());
   int keptArea = 0;
@@ -434,12 +392,8 @@ TEST_P(ContourStage, FillsEveryPadThatReachesTheMinimumArea) {
     const cv::Rect pad = board.pads[i];
     const cv::Rect ring(pad.x - 1, pad.y - 1, pad.width + 2, pad.height + 2);
     const int inRing = cv::countNonZero(mask(ring));
-    if (c.kept[i]) {
-      EXPECT_EQ(cv::countNonZero(mask(pad)), pad.area()) << pad;
-      keptArea += inRing;
-    } else {
-      EXPECT_EQ(inRing, 0) << pad;
-    }
+    EXPECT_EQ(c.kept[i] ? cv::countNonZero(mask(pad)) : inRing, c.kept[i] ? pad.area() : 0) << pad;
+    keptArea += c.kept[i] ? inRing : 0;
   }
   EXPECT_EQ(cv::countNonZero(mask), keptArea);  // nothing outside the rings
 }
@@ -451,7 +405,7 @@ INSTANTIATE_TEST_SUITE_P(MinimumAreas, ContourStage,
                                            ContourCase{17, {true, true, true, false}},
                                            ContourCase{276, {false, true, true, false}},
                                            ContourCase{600, {false, false, false, false}}),
-                         [](const ::testing::TestParamInfo<ContourCase>& row) {
+                         [](const auto& row) {
                            return "MinArea" + std::to_string(row.param.minArea);
                          });
 
@@ -464,7 +418,7 @@ TEST(DetectEdgesCanny, DebugShowsTheEdgeMapAndTheContourResult) {
     imgtarn::debug_view::RecordingSink sink;
     imgtarn::debug_view::ScopedSink scope(&sink);
     float para[5] = {PadBoard::kWidth, PadBoard::kHeight, stage, 1, 0};
-    ASSERT_EQ(imgtarn::edges::DetectEdgesCanny(board.pixels.data(), para, dst.data(), result), 0);
+    ASSERT_EQ(DetectEdgesCanny(board.pixels.data(), para, dst.data(), result), 0);
     std::vector<std::string> titles = {"matEdges", "matContours"};
     titles.resize(stage == 0.0f ? 1 : 2);
     EXPECT_EQ(sink.Titles(), titles);
@@ -477,13 +431,13 @@ TEST(DetectEdgesCanny, RefusesNullPlanesAndEmptyAreas) {
   const float sizes[][2] = {{0, 3}, {4, 0}, {-4, 3}, {-4, -3}, {NAN, 3}};
   for (const auto& size : sizes) {
     float para[5] = {size[0], size[1], 0, 0, 0};
-    EXPECT_EQ(imgtarn::edges::DetectEdgesCanny(plane.data(), para, dst.data(), result), -1);
+    EXPECT_EQ(DetectEdgesCanny(plane.data(), para, dst.data(), result), -1);
   }
   float para[5] = {4, 3, 0, 0, 0};
-  EXPECT_EQ(imgtarn::edges::DetectEdgesCanny(nullptr, para, dst.data(), result), -1);
-  EXPECT_EQ(imgtarn::edges::DetectEdgesCanny(plane.data(), para, nullptr, result), -1);
-  EXPECT_EQ(imgtarn::edges::DetectEdgesCanny(plane.data(), nullptr, dst.data(), result), -1);
-  EXPECT_EQ(imgtarn::edges::DetectEdgesCanny(plane.data(), para, dst.data(), nullptr), -1);
+  EXPECT_EQ(DetectEdgesCanny(nullptr, para, dst.data(), result), -1);
+  EXPECT_EQ(DetectEdgesCanny(plane.data(), para, nullptr, result), -1);
+  EXPECT_EQ(DetectEdgesCanny(plane.data(), nullptr, dst.data(), result), -1);
+  EXPECT_EQ(DetectEdgesCanny(plane.data(), para, dst.data(), nullptr), -1);
   EXPECT_EQ(result[0], -1.0f);
   EXPECT_EQ(dst, std::vector<unsigned char>(12, 5));
 }
