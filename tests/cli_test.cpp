@@ -98,9 +98,9 @@ struct Figure {
 };
 
 struct FamilyCase {
-  std::vector<std::string> setup;  // run first, e.g. the step that writes a later input
   std::vector<std::string> args;
   std::vector<Figure> figures;
+  std::vector<std::string> setup = {};  // run first, e.g. the step that writes a later input
 };
 
 class Family : public ::testing::TestWithParam<FamilyCase> {};
@@ -134,40 +134,30 @@ const std::string kCalibrate = "{scratch}/flat.yml";
 INSTANTIATE_TEST_SUITE_P(
     Samples, Family,
     ::testing::Values(
-        FamilyCase{{},
-                   {"fiducial", Sample("circle_border.png"), "--radius", "20"},
+        FamilyCase{{"fiducial", Sample("circle_border.png"), "--radius", "20"},
                    {{"/x", 306, 0.1}, {"/y", 120, 0.1}, {"/radius", 20, 0.2}, {"/found", true}}},
-        FamilyCase{{},
-                   {"fiducial", Sample("rect.png"), "--shape", "rect", "--size", "80x50"},
+        FamilyCase{{"fiducial", Sample("rect.png"), "--shape", "rect", "--size", "80x50"},
                    {{"/x", 169.5, 0.1}, {"/size/1", 50, 0.2}, {"/stage", "rectangle-mark"}}},
-        FamilyCase{{},
-                   {"circle-mark", Sample("circle_inside.png"), "--radius", "20"},
+        FamilyCase{{"circle-mark", Sample("circle_inside.png"), "--radius", "20"},
                    {{"/x", 150, 2}, {"/y", 110, 2}, {"/radius", 20}}},
-        FamilyCase{{},
-                   {"circle-mark", Sample("circle_border.png"), "--radius", "20", "--half"},
+        FamilyCase{{"circle-mark", Sample("circle_border.png"), "--radius", "20", "--half"},
                    {{"/x", 306, 2}, {"/method", "half"}}},
-        FamilyCase{{},
-                   {"circle-mark", Sample("circle_noisy.png"), "--radius", "20", "--quick"},
+        FamilyCase{{"circle-mark", Sample("circle_noisy.png"), "--radius", "20", "--quick"},
                    {{"/x", 170, 2}, {"/y", 130, 2}}},
-        FamilyCase{{},
-                   {"hough-circles", Sample("circle_inside.png"), "--radius", "20"},
+        FamilyCase{{"hough-circles", Sample("circle_inside.png"), "--radius", "20"},
                    {{"/x", 150, 2}, {"/radius", 20, 2}}},
         // Refined from a start 2 pixels off the drawn centre.
         FamilyCase{
-            {},
             {"circle-edges", Sample("circle_inside.png"), "--centre", "152,112", "--radius", "20"},
             {{"/x", 150, 1}, {"/y", 110, 1}, {"/radius", 20, 1}}},
-        FamilyCase{{},
-                   {"cross-mark", Sample("cross.png"), "--size", "60x60"},
+        FamilyCase{{"cross-mark", Sample("cross.png"), "--size", "60x60"},
                    {{"/x", 147.5, 2}, {"/y", 125.5, 2}, {"/size/0", 60, 9}}},
-        FamilyCase{{},
-                   {"rect-mark", Sample("rect.png"), "--size", "80x50"},
+        FamilyCase{{"rect-mark", Sample("rect.png"), "--size", "80x50"},
                    {{"/x", 169.5, 2}, {"/size/1", 50, 7.5}}},
-        FamilyCase{{}, {"hough-demo", Sample("circle_inside.png")}, {{"/width", 320}}},
+        FamilyCase{{"hough-demo", Sample("circle_inside.png")}, {{"/width", 320}}},
         // Expected 3 pixels left of the lead: beyond a 1.5-pixel tolerance; the bridge makes
         // the right region too bright.
-        FamilyCase{{},
-                   {"lead", "{scratch}/lead.png", "--template", "{scratch}/lead_template.png",
+        FamilyCase{{"lead", "{scratch}/lead.png", "--template", "{scratch}/lead_template.png",
                     "--expect", "71.5,59.5"},
                    {{"/centre/0", 74.5, 1},
                     {"/left/x", 57},
@@ -175,57 +165,47 @@ INSTANTIATE_TEST_SUITE_P(
                     {"/measure/error/0", 3, 1},
                     {"/measure/judgement/bits", 1 + 4}}},
         // The disc of radius 30 filled to its edge pixels: between pi 30^2 and pi 31^2.
-        FamilyCase{{},
-                   {"canny", Sample("disc_clean.png"), "--fill"},
+        FamilyCase{{"canny", Sample("disc_clean.png"), "--fill"},
                    {{"/contours", 1}, {"/filled_pixels", 2923, 96}}},
-        FamilyCase{{},
-                   {"split-pads", kPads, "--out-dir", "{scratch}/blobs"},
-                   {{"/grid_cols", 3}, {"/blobs/1/x", 140, 3}, {"/blobs/1/width", 40, 3}}},
         FamilyCase{{"split-pads", kPads, "--out-dir", "{scratch}/blobs"},
-                   {"match-pads", Sample("pads_scene.png"), "--blobs", "{scratch}/blobs"},
-                   {{"/min_score", 1, 0.1}, {"/scores/2/width", 40, 3}}},
-        FamilyCase{{},
-                   {"overlay", "--boundary", Sample("pad_boundary.png"), "--cad",
+                   {{"/grid_cols", 3}, {"/blobs/1/x", 140, 3}, {"/blobs/1/width", 40, 3}}},
+        FamilyCase{{"match-pads", Sample("pads_scene.png"), "--blobs", "{scratch}/blobs"},
+                   {{"/min_score", 1, 0.1}, {"/scores/2/width", 40, 3}},
+                   {"split-pads", kPads, "--out-dir", "{scratch}/blobs"}},
+        FamilyCase{{"overlay", "--boundary", Sample("pad_boundary.png"), "--cad",
                     Sample("pad_cad.png"), "--measured", Sample("pad_cad.png")},
                    {{"/score", 1, 1e-6}}},
         FamilyCase{
-            {},
             {"fill-holes", Sample("holes.png"), "--colour", "180,120,60", "-o", "{scratch}/f.png"},
             {{"/filled", 778}, {"/black_after", 0}}},
-        FamilyCase{{},
-                   {"levels", Sample("holes.png")},
+        FamilyCase{{"levels", Sample("holes.png")},
                    {{"/levels", Json{{"r", 180}, {"g", 120}, {"b", 60}}}}},
-        FamilyCase{{"flatfield", "calibrate", Sample("flat_low.png"), Sample("flat_high.png"), "-o",
-                    kCalibrate},
-                   {"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kCalibrate, "-o",
+        FamilyCase{{"flatfield", "apply", Sample("flat_low.png"), "--coeffs", kCalibrate, "-o",
                     "{scratch}/flat.png"},
-                   {{"/mean", 128, 2}}},
-        FamilyCase{{},
-                   {"median", Sample("heights.tiff"), "--window", "3", "-o", "{scratch}/m.tiff"},
+                   {{"/mean", 128, 2}},
+                   {"flatfield", "calibrate", Sample("flat_low.png"), Sample("flat_high.png"), "-o",
+                    kCalibrate}},
+        FamilyCase{{"median", Sample("heights.tiff"), "--window", "3", "-o", "{scratch}/m.tiff"},
                    {{"/window", 3}}},
         FamilyCase{
-            {},
             {"resize", Sample("holes.png"), "--size", "100x50", "--cubic", "-o", "{scratch}/r.png"},
             {{"/output_width", 100}, {"/output_height", 50}}},
-        FamilyCase{{},
-                   {"sort", "3", "1", "2", "1"},
+        FamilyCase{{"sort", "3", "1", "2", "1"},
                    {{"/values", Json{1, 1, 2, 3}}, {"/permutation", Json{1, 3, 2, 0}}}},
-        FamilyCase{{}, {"sort", "0", "-2", "--descending"}, {{"/values", Json{0, -2}}}},
+        FamilyCase{{"sort", "0", "-2", "--descending"}, {{"/values", Json{0, -2}}}},
         // Three 40 x 60 pads, the middle one centred at 159.5, 119.5; each encloses its whole
         // rectangle, give or take the softened rim.
-        FamilyCase{{}, {"contours", "count", kPads}, {{"/contours", 3}, {"/pixels/1", 2400, 150}}},
-        FamilyCase{{}, {"contours", "rects", kPads}, {{"/blobs", 3}, {"/rects/2/x", 220, 2}}},
-        FamilyCase{{}, {"contours", "mask", kPads, "-o", "{scratch}/m.png"}, {{"/blobs", 3}}},
-        FamilyCase{{}, {"contours", "outline", kPads, "-o", "{scratch}/o.png"}, {{"/contours", 3}}},
-        FamilyCase{{}, {"contours", "rings", kPads}, {{"/solids/0/pixels", 2400}}},
-        FamilyCase{{}, {"contours", "moments", kPads}, {{"/list/1/x", 159.5}}},
-        FamilyCase{{}, {"contours", "polygons", kPads}, {{"/vertices/2", 4}}},
+        FamilyCase{{"contours", "count", kPads}, {{"/contours", 3}, {"/pixels/1", 2400, 150}}},
+        FamilyCase{{"contours", "rects", kPads}, {{"/blobs", 3}, {"/rects/2/x", 220, 2}}},
+        FamilyCase{{"contours", "mask", kPads, "-o", "{scratch}/m.png"}, {{"/blobs", 3}}},
+        FamilyCase{{"contours", "outline", kPads, "-o", "{scratch}/o.png"}, {{"/contours", 3}}},
+        FamilyCase{{"contours", "rings", kPads}, {{"/solids/0/pixels", 2400}}},
+        FamilyCase{{"contours", "moments", kPads}, {{"/list/1/x", 159.5}}},
+        FamilyCase{{"contours", "polygons", kPads}, {{"/vertices/2", 4}}},
         // A radius-1 disc is a cross: the outer ring is each pad's 4-neighbour rim.
-        FamilyCase{{},
-                   {"contours", "ring", kPads, "--radius", "1", "-o", "{scratch}/o.png"},
+        FamilyCase{{"contours", "ring", kPads, "--radius", "1", "-o", "{scratch}/o.png"},
                    {{"/outer_pixels", 3 * 200}}},
         FamilyCase{
-            {},
             {"contours", "fill", kPads, "--polygon", "0,0 9,0 9,9 0,9", "-o", "{scratch}/o.png"},
             {{"/filled_pixels", 100}}}));
 

@@ -5,11 +5,8 @@
 // operations compute is the subsystems' tests' business.
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
 #include <string>
@@ -21,11 +18,8 @@
 namespace {
 
 using host::HostLibrary;
-using slots::Objects;
-using Bytes = std::vector<unsigned char>;
-using Floats = std::vector<float>;
+using namespace slots;
 using scenes::Slice;
-using U8 = unsigned char*;
 
 TEST(HostLibrary, ResolvesTheFourEntryPointsAndLaysOutBothObjects) {
   HostLibrary& lib = HostLibrary::Get();
@@ -42,30 +36,22 @@ TEST(HostLibrary, ResolvesTheFourEntryPointsAndLaysOutBothObjects) {
   EXPECT_EQ(lib.releaseNum(nullptr), 0);
 }
 
-Objects LibraryObjects() {
-  HostLibrary& lib = HostLibrary::Get();
-  return Objects{{lib.createImg, lib.releaseImg}, {lib.createNum, lib.releaseNum}};
-}
+host::Object NewImg() { return {HostLibrary::Get().createImg, HostLibrary::Get().releaseImg}; }
 
 class HostSlots : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(HostSlots, EachSlotTakesItsArgumentsWhereTheHostPutsThem) {
-  Objects objects = LibraryObjects();
-  const slots::Row& row = slots::Rows()[GetParam()];
-  SCOPED_TRACE(row.name);
-  slots::RunOnce(row, objects, 0);
+  HostLibrary& lib = HostLibrary::Get();
+  Objects objects{{lib.createImg, lib.releaseImg}, {lib.createNum, lib.releaseNum}};
+  SCOPED_TRACE(Rows()[GetParam()].name);
+  RunOnce(Rows()[GetParam()], objects, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, HostSlots, ::testing::Range<std::size_t>(0, slots::Rows().size()),
-                         [](const ::testing::TestParamInfo<std::size_t>& row) {
-                           std::string name = slots::Rows()[row.param].name;
-                           for (char& c : name)
-                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-                           return "Slot" + name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Table, HostSlots, ::testing::Range<std::size_t>(0, Rows().size()),
+                         TestName);
 
 TEST(HostSlot2, ReadsTheTestImageGivenByPath) {
-  host::Object img(HostLibrary::Get().createImg, HostLibrary::Get().releaseImg);
+  host::Object img = NewImg();
   std::string path = ::testing::TempDir() + "host_circle_demo.png";
   ASSERT_TRUE(cv::imwrite(path, scenes::DiscPlane({140, 120}, {70.3f, 60.6f}, 20.0f)));
   EXPECT_EQ(img.Call<int>(2, reinterpret_cast<U8>(path.data())), 0);
@@ -77,7 +63,7 @@ U8 Text(std::string& path) { return reinterpret_cast<U8>(path.data()); }
 // Slot 31 hands out red, green, blue in that order, reads para[0] truncated characters of the
 // path (the rest may be anything) and expands grey files; slot 32 takes the same order.
 TEST(HostFiles, LoadAndSaveKeepRedGreenBlueInThatOrder) {
-  host::Object img(HostLibrary::Get().createImg, HostLibrary::Get().releaseImg);
+  host::Object img = NewImg();
   cv::Mat colour(2, 3, CV_8UC3, cv::Scalar(10, 20, 30));  // B, G, R
   std::string path = ::testing::TempDir() + "host_colour.png", padded = path + "TRAILING";
   ASSERT_TRUE(cv::imwrite(path, colour));
@@ -103,7 +89,7 @@ TEST(HostFiles, LoadAndSaveKeepRedGreenBlueInThatOrder) {
 // The errors hosts expect cross the table as their own types and leave nothing allocated (the
 // sanitizer suite runs this program under LeakSanitizer).
 TEST(HostFiles, ErrorsCrossTheTableAsTheirOwnTypes) {
-  host::Object img(HostLibrary::Get().createImg, HostLibrary::Get().releaseImg);
+  host::Object img = NewImg();
   std::string missing = "/nonexistent/board.png";
   U8 sentinel = reinterpret_cast<U8>(0x1234), r = sentinel, g = sentinel, b = sentinel;
   float para[3] = {static_cast<float>(missing.size()), 7, 7};

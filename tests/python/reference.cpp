@@ -21,60 +21,56 @@ cv::Mat Grey(const std::string& file) {
   return grey;
 }
 
-// Field names and nesting as the module's to_dict() gives them.
+// Field names and nesting as the module's to_dict() gives them: Dict(out, name, value, ...).
+void Fields(cv::FileStorage&) {}
+template <typename Value, typename... Rest>
+void Fields(cv::FileStorage& out, const char* name, const Value& value, const Rest&... rest) {
+  out << name << value;
+  Fields(out, rest...);
+}
+template <typename... Named>
+void Dict(cv::FileStorage& out, const Named&... fields) {
+  out << "{";
+  Fields(out, fields...);
+  out << "}";
+}
+
 void Write(cv::FileStorage& out, const CircleMarkResult& r) {
-  out << "{"
-      << "found" << r.found << "centre" << r.centre << "radius" << r.radius << "}";
+  Dict(out, "found", r.found, "centre", r.centre, "radius", r.radius);
 }
 void Write(cv::FileStorage& out, const CircleEdgeResult& r) {
-  out << "{"
-      << "found" << r.found << "centre" << r.centre << "semi_axes" << r.semiAxes << "angle"
-      << r.angle << "}";
+  Dict(out, "found", r.found, "centre", r.centre, "semi_axes", r.semiAxes, "angle", r.angle);
 }
 void Write(cv::FileStorage& out, const BoxMarkResult& r) {
-  out << "{"
-      << "found" << r.found << "centre" << r.centre << "size" << r.size << "}";
+  Dict(out, "found", r.found, "centre", r.centre, "size", r.size);
 }
 void Write(cv::FileStorage& out, const EdgeResult& r) {
-  out << "{"
-      << "edges" << r.edges << "low_threshold" << r.lowThreshold << "high_threshold"
-      << r.highThreshold << "edge_pixels" << r.edgePixels << "contours" << r.contours << "}";
+  Dict(out, "edges", r.edges, "low_threshold", r.lowThreshold, "high_threshold", r.highThreshold,
+       "edge_pixels", r.edgePixels, "contours", r.contours);
 }
 void Write(cv::FileStorage& out, const PadSplitResult& r) {
-  out << "{"
-      << "found" << r.found << "grid_rows" << r.gridRows << "grid_cols" << r.gridCols << "blobs"
+  out << "{";
+  Fields(out, "found", r.found, "grid_rows", r.gridRows, "grid_cols", r.gridCols);
+  out << "blobs"
       << "[";
-  for (const PadBlob& blob : r.blobs) {
-    out << "{"
-        << "box" << blob.box << "pixels" << blob.pixels << "}";
-  }
+  for (const PadBlob& blob : r.blobs) Dict(out, "box", blob.box, "pixels", blob.pixels);
   out << "]"
       << "}";
 }
-void Write(cv::FileStorage& out, const PadMatchResult& r) {
-  out << "{"
-      << "scores" << r.scores << "}";
-}
-void Write(cv::FileStorage& out, const OverlayResult& r) {
-  out << "{"
-      << "score" << r.score << "}";
-}
+void Write(cv::FileStorage& out, const PadMatchResult& r) { Dict(out, "scores", r.scores); }
+void Write(cv::FileStorage& out, const OverlayResult& r) { Dict(out, "score", r.score); }
 void Write(cv::FileStorage& out, const FlatFieldCoefficients& r) {
-  out << "{"
-      << "offset" << r.offset << "gain" << r.gain << "}";
+  Dict(out, "offset", r.offset, "gain", r.gain);
 }
 void Write(cv::FileStorage& out, const Rgb& r) {
-  out << "{"
-      << "red" << r.red << "green" << r.green << "blue" << r.blue << "}";
+  Dict(out, "red", r.red, "green", r.green, "blue", r.blue);
 }
 void Write(cv::FileStorage& out, const SortResult& r) {
-  out << "{"
-      << "values" << r.values << "permutation" << r.permutation << "}";
+  Dict(out, "values", r.values, "permutation", r.permutation);
 }
 void Write(cv::FileStorage& out, const FiducialResult& r) {
-  out << "{"
-      << "found" << r.found << "centre" << r.centre << "size" << r.size << "radius" << r.radius
-      << "score" << r.score << "stage" << FiducialStageName(r.stage) << "}";
+  Dict(out, "found", r.found, "centre", r.centre, "size", r.size, "radius", r.radius, "score",
+       r.score, "stage", FiducialStageName(r.stage));
 }
 void Write(cv::FileStorage& out, const cv::Mat& image) { out << image; }
 
@@ -86,14 +82,11 @@ void Case(cv::FileStorage& out, const char* name, const Result& result) {
 
 void FiducialCases(cv::FileStorage& out) {
   Case(out, "fiducial_circle", LocateFiducial(Grey("circle_inside.png")));
-  FiducialOptions box;
-  box.shape = FiducialShape::Cross;
-  box.size = cv::Size2f(60, 60);
-  Case(out, "fiducial_cross", LocateFiducial(Grey("cross.png"), box));
-  box.shape = FiducialShape::Rectangle;
-  box.size = cv::Size2f(80, 50);
-  box.window = cv::Rect(100, 50, 150, 120);
-  Case(out, "fiducial_rectangle_window", LocateFiducial(Grey("rect.png"), box));
+  Case(out, "fiducial_cross",
+       LocateFiducial(Grey("cross.png"), {FiducialShape::Cross, 20, {60, 60}, {}}));
+  Case(out, "fiducial_rectangle_window",
+       LocateFiducial(Grey("rect.png"),
+                      {FiducialShape::Rectangle, 20, {80, 50}, cv::Rect(100, 50, 150, 120)}));
 }
 
 void CircleCases(cv::FileStorage& out) {
@@ -108,23 +101,14 @@ void CircleCases(cv::FileStorage& out) {
 }
 
 void BoxAndEdgeCases(cv::FileStorage& out) {
-  BoxMarkOptions box;
-  box.size = cv::Size2f(60, 60);
-  Case(out, "cross_mark", LocateCrossMark(Grey("cross.png"), box));
-  box.size = cv::Size2f(80, 50);
-  Case(out, "rectangle_mark", LocateRectangleMark(Grey("rect.png"), box));
+  Case(out, "cross_mark", LocateCrossMark(Grey("cross.png"), {{60, 60}}));
+  Case(out, "rectangle_mark", LocateRectangleMark(Grey("rect.png"), {{80, 50}}));
   Case(out, "edges", DetectEdges(Grey("disc_clean.png")));
-  EdgeOptions fill;
-  fill.fill = true;
-  fill.minArea = 2000;
-  Case(out, "edges_filled", DetectEdges(Grey("pad_measured.png"), fill));
+  Case(out, "edges_filled", DetectEdges(Grey("pad_measured.png"), {true, 2000}));
 }
 
 void PadCases(cv::FileStorage& out) {
-  PadSplitOptions grid;
-  grid.gridRows = 1;
-  grid.gridCols = 3;
-  const PadSplitResult split = SplitPads(Grey("pads.png"), grid);
+  const PadSplitResult split = SplitPads(Grey("pads.png"), {true, 1, 3});
   Case(out, "split_pads", split);
   std::vector<cv::Mat> templates;
   for (const PadBlob& blob : split.blobs) templates.push_back(blob.pixels);
@@ -134,24 +118,15 @@ void PadCases(cv::FileStorage& out) {
 }
 
 void BufferCases(cv::FileStorage& out, const cv::Mat& heights) {
-  FlatFieldOptions flat;
-  flat.window = 7;
-  flat.targetLow = 120;
   const FlatFieldCoefficients coefficients =
-      CalibrateFlatField({Colour("flat_low.png"), Colour("flat_high.png")}, flat);
+      CalibrateFlatField({Colour("flat_low.png"), Colour("flat_high.png")}, {7, 0.5f, 1.5f, 120});
   Case(out, "calibrate_flat_field", coefficients);
   Case(out, "apply_flat_field", ApplyFlatField(Colour("flat_low.png"), coefficients));
   Case(out, "fill_black_holes", FillBlackHoles(Colour("holes.png"), Rgb{180, 120, 60}));
   Case(out, "dominant_levels", DominantLevels(Colour("holes.png")));
   Case(out, "resize_colour",
        Resize(Colour("holes.png"), cv::Size(200, 150), {Interpolation::Cubic}));
-  MedianOptions median;
-  median.window = 5;
-  median.even = EvenRule::Lower;
-  median.limited = true;
-  median.lower = 0;
-  median.upper = 200;
-  Case(out, "median_filter", MedianFilter(heights, median));
+  Case(out, "median_filter", MedianFilter(heights, {5, true, 0, 200, EvenRule::Lower}));
   Case(out, "counting_sort", CountingSort({5, -2, 7, 5, 0, 7, 7, 1}, {true, 3}));
 }
 
