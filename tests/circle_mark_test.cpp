@@ -15,9 +15,7 @@
 #include "debug_view.hpp"
 #include "support/scenes.hpp"
 
-namespace cm = imgtarn::circle_mark;
-namespace debug_view = imgtarn::debug_view;
-
+namespace imgtarn::circle_mark {
 namespace {
 
 using scenes::DiscPlane;
@@ -29,7 +27,7 @@ bool Contains(const std::vector<std::string>& titles, const std::string& title) 
 }
 
 using MarkSlot = int (*)(unsigned char*, float*, float*);
-constexpr MarkSlot RoiSlot = cm::LocateCircleMarkRoi;
+constexpr MarkSlot RoiSlot = LocateCircleMarkRoi;
 
 struct Found {
   int status;
@@ -51,13 +49,13 @@ Found RunMark(MarkSlot slot, const cv::Mat& plane, float radius, int debug = 0) 
 // ---- Toolkit ----
 
 TEST(CircleToolkit, OddTemplateHasTruncatedRadiusAndPutsTheCentreAtItsIntegerHalf) {
-  const cv::Mat disc = cm::MakeDiscTemplate(10.7f);
+  const cv::Mat disc = MakeDiscTemplate(10.7f);
   ASSERT_EQ(disc.size(), cv::Size(23, 23));
   EXPECT_EQ(disc.at<uchar>(11, 21), 255);  // radius trunc(10.7) = 10
   EXPECT_EQ(disc.at<uchar>(11, 22), 0);
   cv::Mat plane = DiscPlane(cv::Size(90, 70), cv::Point2f(-100, -100), 1.0f);
   disc.copyTo(plane(cv::Rect(37, 21, disc.cols, disc.rows)), disc);
-  const cm::CircleEstimate found = cm::FindDiscByTemplate(plane, disc, 10.7f, false);
+  const CircleEstimate found = FindDiscByTemplate(plane, disc, 10.7f, false);
   EXPECT_EQ(cv::Point2f(found.x, found.y), cv::Point2f(48, 32));  // 11 px in from the corner
   EXPECT_EQ(found.radius, 10.7f);
   EXPECT_GT(found.score, 0.95f);
@@ -65,48 +63,48 @@ TEST(CircleToolkit, OddTemplateHasTruncatedRadiusAndPutsTheCentreAtItsIntegerHal
 
 TEST(CircleToolkit, GradientMeasureFindsDiameterAndCentreInAClippedWindow) {
   const cv::Mat plane = DiscPlane(cv::Size(100, 80), cv::Point2f(40.0f, 30.0f), 15.0f);
-  const auto measure = cm::MeasureCircleByGradient(plane, cv::Rect(20, 10, 40, 40));
+  const auto measure = MeasureCircleByGradient(plane, cv::Rect(20, 10, 40, 40));
   ASSERT_TRUE(measure);
   EXPECT_NEAR(measure->columns.Diameter(), 30, 1);
-  EXPECT_NEAR(cm::SpanCentre(measure->window.x, measure->columns), 40.0f, 0.6f);
-  EXPECT_NEAR(cm::SpanCentre(measure->window.y, measure->rows), 30.0f, 0.6f);
-  const auto partly = cm::MeasureCircleByGradient(plane, cv::Rect(-10, 70, 30, 30));
+  EXPECT_NEAR(SpanCentre(measure->window.x, measure->columns), 40.0f, 0.6f);
+  EXPECT_NEAR(SpanCentre(measure->window.y, measure->rows), 30.0f, 0.6f);
+  const auto partly = MeasureCircleByGradient(plane, cv::Rect(-10, 70, 30, 30));
   ASSERT_TRUE(partly);
   EXPECT_EQ(partly->window, cv::Rect(0, 70, 20, 10));
-  EXPECT_FALSE(cm::MeasureCircleByGradient(plane, cv::Rect(100, 0, 10, 10)));
+  EXPECT_FALSE(MeasureCircleByGradient(plane, cv::Rect(100, 0, 10, 10)));
 }
 
 TEST(CircleToolkit, ClosingCircleOfOneRingIsNearItsCentreAndNothingOnAFlatRegion) {
   const cv::Mat plane = DiscPlane(cv::Size(80, 80), cv::Point2f(40.0f, 40.0f), 15.0f, 1, 5.0f);
-  const cv::Mat region = cm::OpenTwice(cm::SmoothPlane(plane))(cv::Rect(24, 24, 32, 32));
-  const auto centre = cm::ClosingCircleCentre(region, 15.0f, false);
+  const cv::Mat region = OpenTwice(SmoothPlane(plane))(cv::Rect(24, 24, 32, 32));
+  const auto centre = ClosingCircleCentre(region, 15.0f, false);
   ASSERT_TRUE(centre);
   EXPECT_LE(std::hypot(centre->x - 16.0f, centre->y - 16.0f), 1.5f);  // truncated centres
-  EXPECT_FALSE(cm::ClosingCircleCentre(cv::Mat(32, 32, CV_8UC1, cv::Scalar(90)), 15.0f, false));
+  EXPECT_FALSE(ClosingCircleCentre(cv::Mat(32, 32, CV_8UC1, cv::Scalar(90)), 15.0f, false));
   // A single Hough circle is its own enclosing circle: its centre, truncated.
   const cv::Mat disc = DiscPlane(cv::Size(80, 80), cv::Point2f(40.3f, 39.6f), 10.0f);
-  const cv::Mat single = cm::OpenTwice(cm::SmoothPlane(disc))(cv::Rect(29, 29, 22, 22));
-  const cm::CircleList circles = cm::HoughGradientCircles(single, 50, 25, 8, 12);
+  const cv::Mat single = OpenTwice(SmoothPlane(disc))(cv::Rect(29, 29, 22, 22));
+  const CircleList circles = HoughGradientCircles(single, 50, 25, 8, 12);
   ASSERT_EQ(circles.size(), 1u);
-  EXPECT_EQ(cm::ClosingCircleCentre(single, 10.0f, false),
+  EXPECT_EQ(ClosingCircleCentre(single, 10.0f, false),
             cv::Point(static_cast<int>(circles[0][0]), static_cast<int>(circles[0][1])));
 }
 
 // The thresholds the searches branch on include their boundaries.
 TEST(CircleToolkit, BranchThresholdsIncludeTheirBoundaries) {
-  using E = cm::TemplateEvidence;
+  using E = TemplateEvidence;
   const float below = std::nextafter(0.85f, 0.0f);
   const std::tuple<float, std::size_t, E> evidence[] = {
       {0.85f, 0, E::kTemplate}, {below, 5, E::kClosingCircle}, {below, 4, E::kFullImage}};
   for (const auto& [score, circles, expected] : evidence)
-    EXPECT_EQ(cm::WeighTemplateEvidence(score, circles), expected) << score << " " << circles;
+    EXPECT_EQ(WeighTemplateEvidence(score, circles), expected) << score << " " << circles;
   // Five circles in the first pass stop the edge stage's Hough loop, four do not.
   const std::tuple<std::size_t, int, bool> lists[] = {
       {5, 0, true}, {4, 0, false}, {10, 6, true}, {11, 1, true}, {11, 2, false}};
   for (const auto& [circles, pass, settled] : lists)
-    EXPECT_EQ(cm::EdgeCircleListSettled(circles, pass), settled) << circles << " " << pass;
-  EXPECT_TRUE(cm::TemplateWinsAtBorder(0.95f));
-  EXPECT_FALSE(cm::TemplateWinsAtBorder(std::nextafter(0.95f, 0.0f)));
+    EXPECT_EQ(EdgeCircleListSettled(circles, pass), settled) << circles << " " << pass;
+  EXPECT_TRUE(TemplateWinsAtBorder(0.95f));
+  EXPECT_FALSE(TemplateWinsAtBorder(std::nextafter(0.95f, 0.0f)));
 }
 
 // Oracle: the scored full-image search judges every circle it finds by a Hough search of the
@@ -116,16 +114,14 @@ TEST(CircleToolkit, ParallelScoringMatchesTheSerialWalkOnNoise) {
   for (int seed : {1, 2}) {
     // Rings a little wider than the mark: inside the full-image range, outside the region's.
     cv::Mat noise = DiscPlane(cv::Size(400, 300), cv::Point2f(-100, -100), 1, seed);
-    for (int y = 60; y < 300; y += 100) {
+    for (int y = 60; y < 300; y += 100)
       for (int x = 60; x < 400; x += 100) cv::circle(noise, {x, y}, 45, cv::Scalar(200), 3);
-    }
-    const Found serial = RunMark(cm::LocateCircleMarkQuick, noise, 40, 1);
-    const long boxes = std::count(serial.titles.begin(), serial.titles.end(), "hCRoi");
-    EXPECT_GT(boxes, 20) << seed;
+    const Found serial = RunMark(LocateCircleMarkQuick, noise, 40, 1);
+    EXPECT_GT(std::count(serial.titles.begin(), serial.titles.end(), "hCRoi"), 20) << seed;
     const int threads = cv::getNumThreads();
     for (int n : {1, 2}) {
       cv::setNumThreads(n);
-      const Found parallel = RunMark(cm::LocateCircleMarkQuick, noise, 40);
+      const Found parallel = RunMark(LocateCircleMarkQuick, noise, 40);
       EXPECT_EQ(parallel.status, serial.status) << seed << " " << n;
       EXPECT_EQ(parallel.centre, serial.centre) << seed << " " << n;
     }
@@ -137,14 +133,14 @@ TEST(CircleToolkit, ParallelScoringMatchesTheSerialWalkOnNoise) {
 
 enum class Side { kNone, kRight, kLeft, kBottom, kTop };
 
-// A plane about five radii wide and four high. An uncut disc near a border leaves 2.3 px to
-// it, so the search's 5-pixel margin is crossed but nothing is cut; a cut disc has 30 % of its
-// radius outside the plane.
-struct Scene {
-  cv::Mat plane;
-  cv::Point2f centre;
-};
-Scene PlaceDisc(float radius, Side side, bool cut) {
+// One slot's answer for a disc on a plane about five radii wide and four high. An uncut disc
+// near a border leaves 2.3 px to it, so the search's 5-pixel margin is crossed but nothing is
+// cut; a cut disc has 30 % of its radius outside the plane. Slot 11 at radius 8 may end unfound
+// (SmallMarkWithOneEdgeCircleIsLeftUnfound), never wrong.
+void ExpectAccurate(MarkSlot slot, float radius, Side side, bool cut, float bound) {
+  const int number = slot == LocateCircleMarkQuick ? 10 : slot == RoiSlot ? 12 : 11;
+  SCOPED_TRACE(::testing::Message() << "slot " << number << " radius " << radius << " side "
+                                    << static_cast<int>(side) << (cut ? " cut" : ""));
   const cv::Size size(static_cast<int>(5 * radius + 40), static_cast<int>(4 * radius + 40));
   const float fromBorder = cut ? 0.7f * radius : radius + 2.3f;
   cv::Point2f centre = cut ? cv::Point2f(size.width * 0.5f + 0.3f, size.height * 0.5f - 0.2f)
@@ -154,79 +150,49 @@ Scene PlaceDisc(float radius, Side side, bool cut) {
   if (side == Side::kBottom) centre.y = size.height - fromBorder;
   if (side == Side::kTop) centre.y = fromBorder;
   const int seed = static_cast<int>(radius) + static_cast<int>(side) + (cut ? 99 : 0);
-  return {DiscPlane(size, centre, radius, seed), centre};
-}
-
-struct AccuracyCase {
-  MarkSlot slot;
-  float radius;
-  Side side;
-  bool cut;
-  float bound;  // pixels, Euclidean
-};
-
-class MarkAccuracy : public ::testing::TestWithParam<AccuracyCase> {};
-
-TEST_P(MarkAccuracy, CentreWithinItsBound) {
-  const AccuracyCase c = GetParam();
-  const Scene scene = PlaceDisc(c.radius, c.side, c.cut);
-  const Found found = RunMark(c.slot, scene.plane, c.radius);
-  // Slot 11 at radius 8 may end unfound (SmallMarkWithOneEdgeCircleIsLeftUnfound), never wrong.
-  if (c.slot == cm::LocateCircleMark && c.radius < 10.0f && found.status == -1) {
+  const Found found = RunMark(slot, DiscPlane(size, centre, radius, seed), radius);
+  if (slot == LocateCircleMark && radius < 10.0f && found.status == -1) {
     EXPECT_EQ(found.centre, cv::Point2f(0, 0));
     return;
   }
   EXPECT_EQ(found.status, 0);
-  EXPECT_LE(cv::norm(found.centre - scene.centre), c.bound) << found.centre << scene.centre;
-  EXPECT_EQ(found.radius, c.radius);
+  EXPECT_LE(cv::norm(found.centre - centre), bound) << found.centre << centre;
+  EXPECT_EQ(found.radius, radius);
 }
 
 // Slots 10 and 11 to 1 px, slot 11 also on cut marks. The quick search is not run on cut
 // marks: a template kept inside the plane stops 0.3 r + 1 short of a centre cut by 0.3 r, and
 // a score above 0.85 returns it. Slot 12 to 2 px: its half-size centres step by whole-plane
 // pixels and each edge is found to half a half-size pixel.
-std::vector<AccuracyCase> AccuracyCases() {
-  std::vector<AccuracyCase> cases;
+TEST(MarkAccuracy, CentreWithinItsBoundOverRadiiAndPlacements) {
   for (Side side : {Side::kNone, Side::kRight, Side::kLeft, Side::kBottom, Side::kTop}) {
     for (float radius : {8.0f, 12.0f, 20.0f, 35.0f, 60.0f}) {
-      cases.push_back({cm::LocateCircleMark, radius, side, false, 1.0f});
-      cases.push_back({cm::LocateCircleMarkQuick, radius, side, false, 1.0f});
-      if (side != Side::kNone) cases.push_back({cm::LocateCircleMark, radius, side, true, 1.0f});
+      ExpectAccurate(LocateCircleMark, radius, side, false, 1.0f);
+      ExpectAccurate(LocateCircleMarkQuick, radius, side, false, 1.0f);
+      if (side != Side::kNone) ExpectAccurate(LocateCircleMark, radius, side, true, 1.0f);
     }
-    for (float radius : {20.0f, 60.0f}) cases.push_back({RoiSlot, radius, side, false, 2.0f});
+    for (float radius : {20.0f, 60.0f}) ExpectAccurate(RoiSlot, radius, side, false, 2.0f);
   }
-  return cases;
 }
-
-std::string CaseName(const ::testing::TestParamInfo<AccuracyCase>& row) {
-  const AccuracyCase& c = row.param;
-  const char* slot = c.slot == cm::LocateCircleMark ? "Full" : c.slot == RoiSlot ? "Roi" : "Quick";
-  const char* sides[] = {"Inside", "Right", "Left", "Bottom", "Top"};
-  return std::string(slot) + "R" + std::to_string(static_cast<int>(c.radius)) +
-         sides[static_cast<int>(c.side)] + (c.cut ? "Cut" : "");
-}
-
-INSTANTIATE_TEST_SUITE_P(RadiiAndPlacements, MarkAccuracy, ::testing::ValuesIn(AccuracyCases()),
-                         CaseName);
 
 // ---- Mark location: branches, told apart by their debug output ----
 
 TEST(LocateCircleMark, InsideMarkIsMeasuredAndWritesTheDebugFileOnlyWithDebug) {
   const cv::Mat plane = DiscPlane(cv::Size(140, 120), cv::Point2f(70.3f, 60.6f), 20.0f);
-  const Found quiet = RunMark(cm::LocateCircleMark, plane, 20.0f, 0);
+  const Found quiet = RunMark(LocateCircleMark, plane, 20.0f, 0);
   EXPECT_TRUE(quiet.titles.empty() && quiet.files.empty());
-  const Found traced = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
+  const Found traced = RunMark(LocateCircleMark, plane, 20.0f, 1);
   EXPECT_EQ(traced.titles, (std::vector<std::string>{"Edges Image", "---template find --bilateral",
                                                      "Using Grad method found the best circle."}));
   EXPECT_EQ(traced.files, std::vector<std::string>{"D:\\picture\\Result\\121401.bmp"});
 }
 
 TEST(LocateCircleMark, NearBorderMarkMatchingTheTemplateTakesTheTemplateEstimate) {
-  const cv::Mat disc = cm::MakeDiscTemplate(20.0f);  // correlation close to 1
+  const cv::Mat disc = MakeDiscTemplate(20.0f);  // correlation close to 1
   cv::Mat plane(120, 140, CV_8UC1, cv::Scalar(60));
   const cv::Rect at(140 - disc.cols - 3, 40, disc.cols, disc.rows);
   disc.copyTo(plane(at), disc);
-  const Found found = RunMark(cm::LocateCircleMark, plane, 20.0f, 1);
+  const Found found = RunMark(LocateCircleMark, plane, 20.0f, 1);
   EXPECT_EQ(found.centre, cv::Point2f(at.x + disc.cols / 2, at.y + disc.rows / 2));
   EXPECT_FALSE(Contains(found.titles, "The new ROI"));
 }
@@ -236,11 +202,11 @@ TEST(LocateCircleMark, NearBorderMarkMatchingTheTemplateTakesTheTemplateEstimate
 // template stage; the quick search finds the same disc.
 TEST(LocateCircleMark, SmallMarkWithOneEdgeCircleIsLeftUnfound) {
   const cv::Mat plane = DiscPlane(cv::Size(80, 72), cv::Point2f(40.64f, 36.58f), 8.0f, 6);
-  const Found full = RunMark(cm::LocateCircleMark, plane, 8.0f, 1);
+  const Found full = RunMark(LocateCircleMark, plane, 8.0f, 1);
   EXPECT_EQ(full.status, -1);
   EXPECT_EQ(full.centre, cv::Point2f(0, 0));
   EXPECT_FALSE(Contains(full.titles, "Original Image"));
-  const Found quick = RunMark(cm::LocateCircleMarkQuick, plane, 8.0f);
+  const Found quick = RunMark(LocateCircleMarkQuick, plane, 8.0f);
   EXPECT_LE(cv::norm(quick.centre - cv::Point2f(40.64f, 36.58f)), 1.0) << quick.centre;
 }
 
@@ -250,10 +216,8 @@ struct BranchCase {
   MarkSlot slot;
   cv::Point2f centre;
   int seed;
-  float hole;
-  float bound;
-  const char* shown;
-  const char* notShown;
+  float hole, bound;
+  const char *shown, *notShown;
 };
 
 class MarkBranch : public ::testing::TestWithParam<BranchCase> {};
@@ -273,60 +237,55 @@ INSTANTIATE_TEST_SUITE_P(
     Cases, MarkBranch,
     ::testing::Values(
         // Near the right border, template score 0.94: the candidate is re-tested at the border.
-        BranchCase{cm::LocateCircleMark, {117.7f, 66.6f}, 21, 0, 1, "The new ROI", kGrouped},
+        BranchCase{LocateCircleMark, {117.7f, 66.6f}, 21, 0, 1, "The new ROI", kGrouped},
         // Cut by 0.21 r with a Hough circle near the template estimate: re-tested from that
         // candidate, whose cut axis no window can correct. A template kept inside the plane
         // stops c r + 1 short of the centre and the candidate lies within r/10 of it, so the
         // bound is (c + 0.1) r + 1 = 7.2 px (c = 0.21).
-        BranchCase{cm::LocateCircleMark, {15.72f, 72.47f}, 97, 0, 7.2f, "The new ROI", kGrouped},
+        BranchCase{LocateCircleMark, {15.72f, 72.47f}, 97, 0, 7.2f, "The new ROI", kGrouped},
         // Within 5 px of two borders: left to the template stage.
-        BranchCase{cm::LocateCircleMark, {117.7f, 97.6f}, 1, 0, 1, "Original Image", "The new ROI"},
+        BranchCase{LocateCircleMark, {117.7f, 97.6f}, 1, 0, 1, "Original Image", "The new ROI"},
         // A convincing template match needs nothing after the region's Hough search.
-        BranchCase{cm::LocateCircleMarkQuick, {60.3f, 60.4f}, 1, 0, 1, "tempHCRoi", "hCRoi"},
+        BranchCase{LocateCircleMarkQuick, {60.3f, 60.4f}, 1, 0, 1, "tempHCRoi", "hCRoi"},
         // A ring correlates weakly: the closing circle of the region's circles (whole pixels).
-        BranchCase{
-            cm::LocateCircleMarkQuick, {60, 60}, 1, 8, 1.5f, "--closing circle--", "guaCircle"},
+        BranchCase{LocateCircleMarkQuick, {60, 60}, 1, 8, 1.5f, "--closing circle--", "guaCircle"},
         // Cut by 60 % of r: the scored full-image search, good to 2 px on a partial arc.
-        BranchCase{cm::LocateCircleMarkQuick, {132, 60}, 1, 0, 2, "hCRoi", "--closing circle--"}));
+        BranchCase{LocateCircleMarkQuick, {132, 60}, 1, 0, 2, "hCRoi", "--closing circle--"}));
 
 // ---- Refused input (all three mark searches) ----
 
-class MarkRefusal : public ::testing::TestWithParam<MarkSlot> {};
-
-TEST_P(MarkRefusal, NullPlaneZeroAreaUnusableRadiiAndNoDiscGiveMinusOneAndZeros) {
-  const MarkSlot slot = GetParam();
+TEST(MarkRefusal, NullPlaneZeroAreaUnusableRadiiAndNoDiscGiveMinusOneAndZeros) {
   const cv::Mat plane = DiscPlane(cv::Size(60, 50), cv::Point2f(30, 25), 10.0f);
-  std::vector<float> para = {60, 50, 10, 0, 0};
-  float result[3] = {7, 7, 7};
-  EXPECT_EQ(slot(nullptr, para.data(), result), -1);
-  EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
-  para[0] = 0.0f;
-  EXPECT_EQ(slot(plane.data, para.data(), result), -1);
-  para[0] = 60.0f;
-  for (float radius : {0.0f, -4.0f, 25.0f, 1e12f, std::numeric_limits<float>::quiet_NaN()}) {
-    para[2] = radius;
-    result[0] = result[1] = 7;
-    EXPECT_EQ(slot(plane.data, para.data(), result), -1) << radius;
-    EXPECT_EQ(cv::Point2f(result[0], result[1]), cv::Point2f(0, 0)) << radius;
+  const cv::Mat noDisc = DiscPlane(cv::Size(140, 120), cv::Point2f(-100, -100), 1.0f);
+  for (MarkSlot slot : {LocateCircleMark, LocateCircleMarkQuick, RoiSlot}) {
+    SCOPED_TRACE(slot == LocateCircleMark ? 11 : slot == RoiSlot ? 12 : 10);
+    std::vector<float> para = {60, 50, 10, 0, 0};
+    float result[3] = {7, 7, 7};
+    EXPECT_EQ(slot(nullptr, para.data(), result), -1);
+    EXPECT_EQ(std::vector<float>(result, result + 3), std::vector<float>(3, 0.0f));
+    para[0] = 0.0f;
+    EXPECT_EQ(slot(plane.data, para.data(), result), -1);
+    para[0] = 60.0f;
+    for (float radius : {0.0f, -4.0f, 25.0f, 1e12f, std::numeric_limits<float>::quiet_NaN()}) {
+      para[2] = radius;
+      result[0] = result[1] = 7;
+      EXPECT_EQ(slot(plane.data, para.data(), result), -1) << radius;
+      EXPECT_EQ(cv::Point2f(result[0], result[1]), cv::Point2f(0, 0)) << radius;
+    }
+    const Found none = RunMark(slot, noDisc, 20.0f, 1);
+    EXPECT_EQ(none.status, -1);
+    EXPECT_EQ(none.centre, cv::Point2f(0, 0));
+    EXPECT_FALSE(Contains(none.titles, "Original Image"));  // no edge circles: no template stage
   }
-  const Found none =
-      RunMark(slot, DiscPlane(cv::Size(140, 120), cv::Point2f(-100, -100), 1.0f), 20.0f, 1);
-  EXPECT_EQ(none.status, -1);
-  EXPECT_EQ(none.centre, cv::Point2f(0, 0));
-  EXPECT_FALSE(Contains(none.titles, "Original Image"));  // no edge circles: no template stage
 }
-
-INSTANTIATE_TEST_SUITE_P(Slots, MarkRefusal,
-                         ::testing::Values(cm::LocateCircleMark, cm::LocateCircleMarkQuick,
-                                           RoiSlot));
 
 // ---- Direct Hough detection ----
 
 TEST(DirectHough, NearestRadiusWinsAndTiesKeepTheEarlierCircle) {
-  EXPECT_EQ(*cm::NearestRadiusCircle({{1, 1, 19}, {2, 2, 21}}, 20.0f), cv::Vec3f(1, 1, 19));
-  EXPECT_EQ(*cm::NearestRadiusCircle({{2, 2, 21}, {1, 1, 19}}, 20.0f), cv::Vec3f(2, 2, 21));
-  EXPECT_EQ(*cm::NearestRadiusCircle({{1, 1, 23}, {2, 2, 19.5f}}, 20.0f), cv::Vec3f(2, 2, 19.5f));
-  EXPECT_FALSE(cm::NearestRadiusCircle({}, 20.0f));
+  EXPECT_EQ(*NearestRadiusCircle({{1, 1, 19}, {2, 2, 21}}, 20.0f), cv::Vec3f(1, 1, 19));
+  EXPECT_EQ(*NearestRadiusCircle({{2, 2, 21}, {1, 1, 19}}, 20.0f), cv::Vec3f(2, 2, 21));
+  EXPECT_EQ(*NearestRadiusCircle({{1, 1, 23}, {2, 2, 19.5f}}, 20.0f), cv::Vec3f(2, 2, 19.5f));
+  EXPECT_FALSE(NearestRadiusCircle({}, 20.0f));
 }
 
 // Slot 4 reads its numbers from text (a threshold below 1 reads as 15) and slot 5 reports the
@@ -339,7 +298,7 @@ TEST(DirectHough, TextAndPlainSlotsFindTheCircleAndAlwaysShowTheirWindow) {
     char height[] = "100", radius[] = "20";
     char* texts[4] = {width.data(), height, radius, threshold.data()};
     std::vector<float> result(3, -1.0f);
-    const int status = cm::DetectCirclesFromText(plane.data, texts, result.data());
+    const int status = DetectCirclesFromText(plane.data, texts, result.data());
     return std::pair{status, result};
   };
   const std::vector<float> fifteen = run("120", "15").second;
@@ -347,11 +306,11 @@ TEST(DirectHough, TextAndPlainSlotsFindTheCircleAndAlwaysShowTheirWindow) {
   EXPECT_EQ(run("120", "0.5").second, fifteen);
   EXPECT_EQ(run("0", "15"), std::pair(-1, std::vector<float>(3, 0.0f)));
   float plain[3] = {7, 7, 7};
-  ASSERT_EQ(cm::DetectCirclesPlain(plane.data, 120, 100, 21.5f, 60.0f, plain), 0);
+  ASSERT_EQ(DetectCirclesPlain(plane.data, 120, 100, 21.5f, 60.0f, plain), 0);
   EXPECT_NEAR(plain[2], 20.0f, 1.5f);  // the radius found, not the one asked for
   EXPECT_EQ(sink.Titles(), std::vector<std::string>(3, "Hough Circle Transform Demo"));
   plain[0] = 7;
-  EXPECT_EQ(cm::DetectCirclesPlain(nullptr, 120, 100, 20.0f, 60.0f, plain), -1);
+  EXPECT_EQ(DetectCirclesPlain(nullptr, 120, 100, 20.0f, 60.0f, plain), -1);
   EXPECT_EQ(plain[0], 7.0f);
 }
 
@@ -365,16 +324,16 @@ TEST(DirectHough, SmoothedWidensItsRangeOnlyWithALongEnoughArrayAndShowsWindowsW
   for (const auto& [count, tolerance, radius] :
        {std::tuple{9, 10.0f, 0.0f}, std::tuple{10, 10.0f, 20.0f}, std::tuple{10, 2.0f, 0.0f}}) {
     para[9] = tolerance;
-    ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), count, result), 0);
+    ASSERT_EQ(DetectCirclesSmoothed(plane.data, para.data(), count, result), 0);
     EXPECT_NEAR(result[2], radius, 1.5f) << count << " " << tolerance;
   }
   EXPECT_TRUE(sink.Empty());
   para[2] = 20.0f;  // found with debug on: every window
   para[4] = 1.0f;
-  ASSERT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 5, result), 0);
+  ASSERT_EQ(DetectCirclesSmoothed(plane.data, para.data(), 5, result), 0);
   EXPECT_EQ(sink.Titles(),
             (std::vector<std::string>{"Smoothing", "Circles Image", "Circle Found"}));
-  EXPECT_EQ(cm::DetectCirclesSmoothed(plane.data, para.data(), 4, result), -1);
+  EXPECT_EQ(DetectCirclesSmoothed(plane.data, para.data(), 4, result), -1);
 }
 
 // ---- Edge adjustment ----
@@ -386,19 +345,20 @@ TEST(AdjustCircleEdges, RecoversTheAxesOfAnEllipseAndRefusesTooFewEdgePoints) {
   cv::ellipse(ellipse, cv::Point(60, 50), cv::Size(30, 20), 0, 0, 360, cv::Scalar(210), -1,
               cv::LINE_AA);
   float guess[5] = {120, 100, 60.0f, 50.0f, 25.0f};
-  ASSERT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), 0);
+  ASSERT_EQ(AdjustCircleEdges(ellipse.data, guess, result), 0);
   EXPECT_NEAR(result[0], 60.0f, 0.3f);
   EXPECT_NEAR(result[1], 50.0f, 0.3f);
   EXPECT_NEAR(std::max(result[2], result[3]), 30.0f, 1.0f);
   EXPECT_NEAR(std::min(result[2], result[3]), 20.0f, 1.0f);
   cv::Mat flat(100, 120, CV_8UC1, cv::Scalar(80));
-  EXPECT_EQ(cm::AdjustCircleEdges(flat.data, guess, result), -1);
+  EXPECT_EQ(AdjustCircleEdges(flat.data, guess, result), -1);
   for (float radius : {0.0f, 121.0f, 1e30f}) {
     guess[4] = radius;
-    EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), -1) << radius;
+    EXPECT_EQ(AdjustCircleEdges(ellipse.data, guess, result), -1) << radius;
   }
   guess[0] = 0.0f;
-  EXPECT_EQ(cm::AdjustCircleEdges(ellipse.data, guess, result), -1);
+  EXPECT_EQ(AdjustCircleEdges(ellipse.data, guess, result), -1);
 }
 
 }  // namespace
+}  // namespace imgtarn::circle_mark

@@ -14,52 +14,47 @@ namespace imgtarn::lead {
 namespace {
 
 using Floats = std::vector<float>;
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr int kWidth = 100, kHeight = 60;
-constexpr int kMargin = 4;  // background kept around the lead in the template
-constexpr int kLeadWidth = 10, kLeadHeight = 24;
-constexpr int kTemplateWidth = kLeadWidth + 2 * kMargin;
-constexpr int kTemplateHeight = kLeadHeight + 2 * kMargin;
+constexpr int kWidth = 100, kHeight = 60, kLeadWidth = 10, kLeadHeight = 24;
+// The template keeps a margin of 4 pixels of background around the lead.
+constexpr int kMargin = 4, kTemplateWidth = kLeadWidth + 2 * kMargin,
+              kTemplateHeight = kLeadHeight + 2 * kMargin;
 const cv::Point kNominalLead(40, 14);  // top-left of the lead where the host expects it
 // Centre of the template box around the nominal lead: 44.5, 25.5.
 constexpr float kExpectedX = 44.5f, kExpectedY = 25.5f;
 
-// A bright lead with a darker bend line across it, on a dark board.
-void DrawLead(cv::Mat& image, cv::Point topLeft) {
+// A dark board with a bright lead at `topLeft`, a darker bend line across the lead.
+cv::Mat LeadImage(cv::Point topLeft) {
+  cv::Mat image(kHeight, kWidth, CV_8UC1, cv::Scalar(30));
   image(cv::Rect(topLeft, cv::Size(kLeadWidth, kLeadHeight))).setTo(cv::Scalar(200));
   image(cv::Rect(topLeft + cv::Point(0, 8), cv::Size(kLeadWidth, 3))).setTo(cv::Scalar(120));
+  return image;
 }
 
+// The lead drawn `offset` from where the host expects it; the template is cut around the
+// expected lead.
 struct Scene {
-  explicit Scene(cv::Point offset = {}) : image(kHeight, kWidth, CV_8UC1, cv::Scalar(30)) {
-    DrawLead(image, kNominalLead + offset);
-    cv::Mat reference(kHeight, kWidth, CV_8UC1, cv::Scalar(30));
-    DrawLead(reference, kNominalLead);
-    leadTemplate = reference(cv::Rect(kNominalLead - cv::Point(kMargin, kMargin),
-                                      cv::Size(kTemplateWidth, kTemplateHeight)))
-                       .clone();
-  }
+  explicit Scene(cv::Point offset = {})
+      : image(LeadImage(kNominalLead + offset)),
+        leadTemplate(LeadImage(kNominalLead)(cv::Rect(kNominalLead - cv::Point(kMargin, kMargin),
+                                                      cv::Size(kTemplateWidth, kTemplateHeight)))
+                         .clone()) {}
   int Cut(Floats& para) { return CutLeadRois(image.data, leadTemplate.data, para.data()); }
   int Measure(Floats& para, float* result) {
     return MeasureLeadRoi(image.data, leadTemplate.data, para.data(), result);
   }
-  cv::Mat image;
-  cv::Mat leadTemplate;
+  cv::Mat image, leadTemplate;
 };
 
 // Side regions 6 wide, position tolerance 1.5, sides no brighter than 100.
 Floats Para(float minScore = 0.8f) {
-  Floats para(20, 0.0f);
-  const float head[11] = {kWidth, kHeight,  kTemplateWidth, kTemplateHeight, 0,
-                          6,      minScore, kExpectedX,     kExpectedY,      1.5f,
-                          100};
-  std::copy(std::begin(head), std::end(head), para.begin());
+  Floats para = {kWidth, kHeight,  kTemplateWidth, kTemplateHeight, 0,
+                 6,      minScore, kExpectedX,     kExpectedY,      1.5f,
+                 100};
+  para.resize(20, 0.0f);
   return para;
 }
 
-Floats Slice(const Floats& values, int from, int count) {
-  return Floats(values.begin() + from, values.begin() + from + count);
-}
+Floats Slice(const Floats& v, int from, int n) { return {v.begin() + from, v.begin() + from + n}; }
 
 class LeadOffset : public ::testing::TestWithParam<cv::Point> {};
 
@@ -103,7 +98,7 @@ TEST(MeasureLeadRoi, BrightSideOrNaNLimitsSetTheirFlags) {
   EXPECT_EQ(result[9], 4.0f);
   // NaN limits judge against the lead: position and both sides flagged.
   para = Para();
-  para[9] = para[10] = kNaN;
+  para[9] = para[10] = std::numeric_limits<float>::quiet_NaN();
   ASSERT_EQ(Scene().Measure(para, result), 0);
   EXPECT_EQ(result[9], 1.0f + 2.0f + 4.0f);
 }
@@ -114,10 +109,9 @@ TEST(LeadOperations, LeadThatDoesNotMatchIsNotFound) {
     for (int x = 0; x < kTemplateWidth; ++x)
       scene.leadTemplate.at<unsigned char>(y, x) = ((x / 2 + y / 2) % 2) ? 220 : 10;
   Floats para = Para(0.95f);
-  float result[10];
-  std::fill(std::begin(result), std::end(result), 7.0f);
-  ASSERT_EQ(scene.Measure(para, result), 0);
-  EXPECT_EQ(Slice(Floats(result, result + 10), 0, 5), (Floats{0, result[1], 0, 0, 0}));
+  Floats result(10, 7.0f);
+  ASSERT_EQ(scene.Measure(para, result.data()), 0);
+  EXPECT_EQ(Slice(result, 0, 5), (Floats{0, result[1], 0, 0, 0}));
   EXPECT_EQ(result[9], 8.0f);
   ASSERT_EQ(scene.Cut(para), 0);
   EXPECT_EQ(para[7], 0.0f);

@@ -11,24 +11,21 @@
 
 #include "para.hpp"
 
+namespace imgtarn::numeric {
 namespace {
 
-using imgtarn::numeric::InterpolateToTargets;
-using imgtarn::numeric::InvertPlane;
-using imgtarn::numeric::StepPositionToOffsets;
 using Floats = std::vector<float>;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 TEST(TruncToInt, TruncatesTowardZeroAndMapsTheUnrepresentableToIntMin) {
-  const std::pair<float, int> cases[] = {{4.9f, 4},
-                                         {-0.5f, 0},
-                                         {-1.9f, -1},
-                                         {2147483520.0f, 2147483520},
-                                         {kNaN, INT_MIN},
-                                         {-INFINITY, INT_MIN},
-                                         {2147483648.0f, INT_MIN},
-                                         {-2147483648.0f, INT_MIN}};
-  for (const auto& [value, truncated] : cases) EXPECT_EQ(imgtarn::TruncToInt(value), truncated);
+  EXPECT_EQ(TruncToInt(4.9f), 4);
+  EXPECT_EQ(TruncToInt(-0.5f), 0);
+  EXPECT_EQ(TruncToInt(-1.9f), -1);
+  EXPECT_EQ(TruncToInt(2147483520.0f), 2147483520);  // the largest float below 2^31
+  EXPECT_EQ(TruncToInt(kNaN), INT_MIN);
+  EXPECT_EQ(TruncToInt(-INFINITY), INT_MIN);
+  EXPECT_EQ(TruncToInt(2147483648.0f), INT_MIN);
+  EXPECT_EQ(TruncToInt(-2147483648.0f), INT_MIN);
 }
 
 // Only the first width x height samples change, and only with the switch on (NaN included) and
@@ -125,3 +122,4 @@ TEST(Interpolation, OtherModesAndTinyWeightsWriteNothingBeyondTheFlag) {
 }
 
 }  // namespace
+}  // namespace imgtarn::numeric

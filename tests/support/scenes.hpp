@@ -49,12 +49,9 @@ class Board {
     Fill(centre.x - w / 2, centre.y - h / 6, w, h / 3);
     Fill(centre.x - w / 6, centre.y - h / 2, w / 3, h);
   }
-  void RotatedRectangle(cv::Point2d centre, double w, double h, float degrees) {
+  void RotatedRectangle(cv::Point2f centre, cv::Size2f size, float degrees) {
     cv::Point2f corners[4];
-    cv::RotatedRect(cv::Point2f(centre * kSuper),
-                    cv::Size2f(static_cast<float>(w * kSuper), static_cast<float>(h * kSuper)),
-                    degrees)
-        .points(corners);
+    cv::RotatedRect(centre * kSuper, size * static_cast<float>(kSuper), degrees).points(corners);
     cv::fillConvexPoly(coverage_, std::vector<cv::Point>(corners, corners + 4), cv::Scalar(255));
   }
   // Board 40, marks 200, Gaussian noise.
