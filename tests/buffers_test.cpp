@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <limits>
 #include <numeric>
 #include <opencv2/imgproc.hpp>
 #include <random>
@@ -177,11 +176,10 @@ TEST(ApplyGainOffset, TruncatesAndKeepsTheLowByte) {
 // leave partial blocks, with special values, and without writing past N.
 TEST(ApplyGainOffset, TheVectorPathGivesTheLiteralBytesOnEveryKindOfValue) {
   std::mt19937 rng(19);
-  const float inf = std::numeric_limits<float>::infinity();
-  const float specials[] = {
-      std::nanf(""),  inf,   -inf,   2147483520.0f, 2147483648.0f, -2147483648.0f,
-      -2147483904.0f, 3e9f,  -3e9f,  1e20f,         -1e20f,        255.99f,
-      256.0f,         -0.0f, -0.99f, -1.0f,         65535.5f,      9.3e18f};
+  const float specials[] = {std::nanf(""),  INFINITY,       -INFINITY, 2147483520.0f, 2147483648.0f,
+                            -2147483648.0f, -2147483904.0f, 3e9f,      -3e9f,         1e20f,
+                            -1e20f,         255.99f,        256.0f,    -0.0f,         -0.99f,
+                            -1.0f,          65535.5f,       9.3e18f};
   for (int count : {0, 1, 9, 15, 16, 17, 100, 65536 + 37, 3 * 65536 + 5}) {
     Bytes src(count), literal(count), fast(count + 1, 123);
     std::vector<float> table(2 * count);  // offsets, then gains
@@ -215,19 +213,16 @@ TEST(FindDominantLevels, SkipsTheDarkAndBrightEndsAndPrefersTheLowerLevelOnTies)
 float OracleMedian(const cv::Mat& src, int y, int x, int half, bool limited, int rule,
                    bool plainSort = false) {
   std::vector<float> v;
-  for (int wy = std::max(y - half, 0); wy <= std::min(y + half, src.rows - 1); ++wy) {
+  for (int wy = std::max(y - half, 0); wy <= std::min(y + half, src.rows - 1); ++wy)
     for (int wx = std::max(x - half, 0); wx <= std::min(x + half, src.cols - 1); ++wx) {
       const float s = src.at<float>(wy, wx);
       if (!limited || (s > -10 && s < 100)) v.push_back(s);
     }
-  }
   if (v.empty()) return -10;
   if (plainSort) std::sort(v.begin(), v.end());
-  for (size_t pass = 0; pass < v.size(); ++pass) {
-    for (size_t i = 0; i + 1 < v.size(); ++i) {
+  for (size_t pass = 0; pass < v.size(); ++pass)
+    for (size_t i = 0; i + 1 < v.size(); ++i)
       if (v[i] > v[i + 1]) v[i] += v[i + 1], v[i + 1] = v[i] - v[i + 1], v[i] -= v[i + 1];
-    }
-  }
   const size_t n = v.size();
   if (n % 2) return v[n / 2];
   return rule == 0 ? v[n / 2 - 1] : rule == 1 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) * 0.5f;
@@ -270,7 +265,6 @@ enum class Heights { kInts, kQuarters, kArbitrary, kMixed, kZeros, kNaN, kInf, k
 
 cv::Mat HeightPlane(Heights kind, int w, int h, unsigned seed) {
   using Rng = std::mt19937;
-  const float inf = std::numeric_limits<float>::infinity();
   // Each kind from a uniform u in [-20, 120) and its floor v.
   const std::function<float(float, float, Rng&)> kinds[] = {
       [](float, float v, Rng&) { return v; },
@@ -279,7 +273,7 @@ cv::Mat HeightPlane(Heights kind, int w, int h, unsigned seed) {
       [](float u, float, Rng& rng) { return rng() % 5 ? u : u * 1e7f; },
       [](float, float v, Rng& rng) { return rng() % 3 ? v : (rng() % 2 ? -0.0f : 0.0f); },
       [](float, float v, Rng& rng) { return rng() % 7 ? v : std::nanf(""); },
-      [inf](float, float v, Rng& rng) { return rng() % 7 ? v : (rng() % 2 ? inf : -inf); },
+      [](float, float v, Rng& rng) { return rng() % 7 ? v : (rng() % 2 ? INFINITY : -INFINITY); },
       [](float, float v, Rng& rng) { return rng() % 9 ? v : 16777215.0f; },
       [](float, float v, Rng&) { return v * 1e-40f; }};
   Rng rng(seed);
@@ -371,12 +365,11 @@ INSTANTIATE_TEST_SUITE_P(Modes, ResizeInterpolation,
 float OracleFiltered(const cv::Mat& img, int y, int x, const FlatFieldParams& p, float mean) {
   long long sum = 0;
   int count = 0, half = (p.window - 1) / 2;
-  for (int wy = std::max(y - half, 0); wy <= std::min(y + half, img.rows - 1); ++wy) {
+  for (int wy = std::max(y - half, 0); wy <= std::min(y + half, img.rows - 1); ++wy)
     for (int wx = std::max(x - half, 0); wx <= std::min(x + half, img.cols - 1); ++wx) {
       const float s = img.at<unsigned char>(wy, wx);
       if (s > mean * p.acceptLow && s < mean * p.acceptHigh) sum += static_cast<int>(s), ++count;
     }
-  }
   if (count < p.minCount) return float(int(mean) & 255);
   return count == 0 ? 0.0f : float(int(std::floor(double(sum) / count)) & 255);
 }

@@ -46,13 +46,12 @@ TEST(MaskGeometry, ShapeIsTheMeanAndExtentOfTheSetPixels) {
       mask.at<unsigned char>(rng.uniform(1, 8), rng.uniform(0, cols)) = rng.uniform(1, 256);
     long long sumX = 0, sumY = 0, count = 0;
     int x0 = cols, y0 = 9, x1 = 0, y1 = 0;
-    for (int y = 0; y < 9; ++y) {
+    for (int y = 0; y < 9; ++y)
       for (int x = 0; x < cols; ++x) {
         if (mask.at<unsigned char>(y, x) == 0) continue;
         sumX += x, sumY += y, ++count;
         x0 = std::min(x0, x), y0 = std::min(y0, y), x1 = std::max(x1, x), y1 = std::max(y1, y);
       }
-    }
     const co::MaskShape shape = co::ShapeOf(mask);
     ASSERT_TRUE(shape.centre);
     EXPECT_EQ(*shape.centre, cv::Point(int(sumX / count), int(sumY / count))) << cols;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -16,7 +15,6 @@
 namespace imgtarn::contours {
 namespace {
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 using Floats = std::vector<float>;
 
 // A host-style plane: packed bytes plus a matrix header over them for drawing.
@@ -26,9 +24,7 @@ struct Plane {
   cv::Mat Mat() { return cv::Mat(height, width, CV_8UC1, bytes.data()); }
   unsigned char* data() { return bytes.data(); }
   int At(int x, int y) const { return bytes[static_cast<std::size_t>(y) * width + x]; }
-  int Count(int level) const {
-    return static_cast<int>(std::count(bytes.begin(), bytes.end(), level));
-  }
+  int Count(int level) const { return int(std::count(bytes.begin(), bytes.end(), level)); }
   Plane& Fill(int x, int y, int w, int h, int level = 255) {
     Mat()(cv::Rect(x, y, w, h)).setTo(cv::Scalar(level));
     return *this;
@@ -159,7 +155,7 @@ TEST(ApproxContoursDemo, VertexCountsTellShapesApart) {
   EXPECT_GT(result[3], 5.0f);
   EXPECT_EQ(drawing.At(55, 20) + drawing.At(65, 20), 255);  // polygon edge, cleared inside
   // A negative or NaN tolerance keeps the corners.
-  for (float epsilon : {-1.0f, kNaN}) {
+  for (float epsilon : {-1.0f, NAN}) {
     para[3] = epsilon;
     ASSERT_EQ(ApproxContoursDemo(source.data(), para.data(), nullptr, result), 0);
     EXPECT_EQ(result[2], 4.0f) << epsilon;
@@ -381,9 +377,8 @@ TEST_P(ContourOperation, RefusesUnusableInputAndShowsAWindowOnlyWhenSwitchedOn) 
   EXPECT_EQ(run(plane.data(), nullptr), -1);
   EXPECT_EQ(run(nullptr, Para(plane, {{3, 1}}).data()), -1);
   for (const auto& [index, value] :
-       std::initializer_list<std::pair<int, float>>{{0, 0.0f}, {1, -4.0f}, {1, kNaN}}) {
+       std::initializer_list<std::pair<int, float>>{{0, 0.0f}, {1, -4.0f}, {1, NAN}})
     EXPECT_EQ(run(plane.data(), Para(plane, {{3, 1}, {index, value}}).data()), -1) << value;
-  }
   debug_view::RecordingSink sink;
   debug_view::ScopedSink scope(&sink);
   Floats para = Para(plane, {{3, 1}});
