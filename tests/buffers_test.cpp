@@ -205,6 +205,9 @@ TEST(FindDominantLevels, SkipsTheDarkAndBrightEndsAndPrefersTheLowerLevelOnTies)
   unsigned char levels[3] = {9, 9, 9};
   EXPECT_EQ(FindDominantLevels(allZero.data(), darkAnd120.data(), tie.data(), 101, 2, levels), 0);
   EXPECT_EQ(Rgb(levels, levels + 3), (Rgb{0, 120, 40}));
+  Bytes ends(202, 250);  // the counted band's own ends, 5 and 249, are levels like any other
+  ends[0] = 5, ends[1] = ends[2] = 249;
+  EXPECT_EQ(DominantLevel(cv::Mat(1, 202, CV_8UC1, ends.data())), 249);
 }
 
 // ---- Float median -----------------------------------------------------------------------------

@@ -400,6 +400,7 @@ TEST_P(ContourStage, FillsEveryPadThatReachesTheMinimumArea) {
 INSTANTIATE_TEST_SUITE_P(MinimumAreas, ContourStage,
                          ::testing::Values(ContourCase{0, {true, true, true, true}},
                                            ContourCase{17, {true, true, true, false}},
+                                           ContourCase{237, {true, true, true, false}},
                                            ContourCase{276, {false, true, true, false}},
                                            ContourCase{600, {false, false, false, false}}),
                          [](const auto& row) {

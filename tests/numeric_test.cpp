@@ -65,6 +65,7 @@ TEST(StepPosition, StepsHalvesOrAdjustsTheOffset) {
       {Offset(5, 5), 1, {102, 50, 1, 2.5f, 0}},  // a step equal to the offset halves it
       {Offset(-12, 5), 1, {95, 50, 1, -7, 0}},
       {Offset(-3, 5), 1, {98, 50, 1, -1.5f, 0}},
+      {Offset(-5, 5), 1, {97, 50, 1, -2.5f, 0}},
       {Offset(0, 5), 0, {100, 50, 0, 0, 0}},
       {Offset(12, 0), 0, {100, 50, 0, 12, 0}},
       {Offset(12, 65541), 1, {105, 50, 1, 7, 0}},  // the step is a 16-bit value

@@ -252,18 +252,19 @@ inline const std::vector<Row>& Rows() {
          EXPECT_NEAR(result[1], 40, 1);
          EXPECT_NEAR(result[3], 12, 1.5);
        }},
-      // para[3] compares with 0.0 as a float: -0.0 counts the enclosed pixels, NaN the outline.
+      // para[3] compares with 0.0 as a float: -0.0 counts the enclosed pixels, NaN and -1 the
+      // outline.
       {"19 CountContourPixels", 200,
        [](Call& c, int) {
          U8 plane = c.In("plane", Scene());
-         float* results[4];
-         const float selectors[4] = {0.0f, -0.0f, 0.5f, std::nanf("")};
-         for (int i = 0; i < 4; ++i) {
+         float* results[5];
+         const float selectors[5] = {0.0f, -0.0f, 0.5f, std::nanf(""), -1.0f};
+         for (int i = 0; i < 5; ++i) {
            results[i] = c.Out(Floats(10));
            c.Img(19, plane, c.Out(Floats{kWf, kHf, 128, selectors[i], 0, 8}), kNone, results[i]);
          }
          EXPECT_EQ(results[1][0], results[0][0]);
-         EXPECT_EQ(results[3][0], results[2][0]);
+         for (int i : {3, 4}) EXPECT_EQ(results[i][0], results[2][0]) << i;
          EXPECT_GT(results[0][0], results[2][0]);
          EXPECT_EQ(results[0][1], 4.0f);
        }},
