@@ -180,6 +180,17 @@ TEST(LocateFiducial, MarkWinsOverLookAlikesThatScoreAsNotFound) {
     EXPECT_LT(LocateFiducial(image, CircleOptions(radius, window)).score, 0.5f) << window;
 }
 
+// A bar as wide as the rectangle mark but three times as high, or as high but three times as
+// wide, is no mark: both sides of a box must be near their nominal size.
+TEST(LocateFiducial, BoxWithOneSideFarFromItsSizeIsNotFound) {
+  for (const cv::Size2f bar : {cv::Size2f(30, 60), cv::Size2f(90, 20)}) {
+    const cv::Mat image = Render({130, 100}, {{Rect({65.3f, 50.6f}, bar), kMark}}, 1.0f, 5.0f, 600);
+    const FiducialResult found =
+        LocateFiducial(image, BoxOptions(FiducialShape::Rectangle, {30, 20}));
+    EXPECT_LT(found.score, 0.5f) << bar << " found at " << found.centre;
+  }
+}
+
 TEST(LocateFiducial, WindowLimitsTheSearchAndResultsStayInImageCoordinates) {
   const cv::Point2f left(30.4f, 40.2f), right(120.7f, 38.9f);
   const cv::Mat image = Render(

@@ -494,7 +494,9 @@ struct FiducialResult {
 //   edge's rms distance from the shape (polygons and ragged blobs), by a measured size off
 //   the nominal one, by a plateau that is not bright throughout (rings, outlines), for a
 //   cross by bright corners between its arms, and (square root of the share) for edge that
-//   lies outside the image. Clean marks score 0.7 to 1; pads of another shape, discs of
+//   lies outside the image. A rectangle side not seen inside the image must have board beyond
+//   it, so a bar or pad of the mark's width but two or more times its length is not found at
+//   its end. Clean marks score 0.7 to 1; such bars about 0.2; pads of another shape, discs of
 //   another size and silkscreen rings below 0.1; an octagonal pad of the mark's size about 0.5.
 //   Result: found (score >= 0.5), centre, size, radius, score, stage; with no candidate at
 //   all: found false, score 0, stage None.

@@ -53,6 +53,29 @@ std::optional<Box> MeasureSides(const cv::Mat& plane, const Box& around, float r
   return box;
 }
 
+// The largest share of mark-bright pixels just beyond the middle of a side that was not seen
+// and so lies the nominal size from its opposite. Beyond a real mark's side is board, or
+// nothing when the image border cuts the mark; the end of a longer bar or pad of the mark's
+// width has no far side to see and is bright where that side would be.
+float BrightBeyondUnseenSides(const cv::Mat& plane, const Box& box, float level,
+                              const std::vector<EdgeLine>& lines) {
+  const float depth = std::max(2.0f, 0.25f * std::min(box.size.width, box.size.height));
+  const float gap = 1.5f;  // past the blurred edge
+  const cv::Size2f across(kPlateauShare * box.size.width, depth);
+  const cv::Size2f down(depth, kPlateauShare * box.size.height);
+  const cv::Point2f dx(0.5f * box.size.width + gap + 0.5f * depth, 0.0f);
+  const cv::Point2f dy(0.0f, 0.5f * box.size.height + gap + 0.5f * depth);
+  const Box beyond[] = {{box.centre - dx, down},
+                        {box.centre + dx, down},
+                        {box.centre - dy, across},
+                        {box.centre + dy, across}};
+  float brightest = 0.0f;
+  for (const Side side : {kLeft, kRight, kTop, kBottom})
+    if (!Seen(lines[side]))
+      brightest = std::max(brightest, BrightShare(plane, beyond[side], level));
+  return brightest;
+}
+
 }  // namespace
 
 std::optional<Measurement> MeasureRectangle(const cv::Mat& plane, cv::Point2f start,
@@ -71,7 +94,8 @@ std::optional<Measurement> MeasureRectangle(const cv::Mat& plane, cv::Point2f st
       });
   if (!level) return std::nullopt;
 
-  const float fill = BrightShare(plane, Box{box.centre, box.size * kPlateauShare}, *level);
+  const float fill = BrightShare(plane, Box{box.centre, box.size * kPlateauShare}, *level) *
+                     (1.0f - BrightBeyondUnseenSides(plane, box, *level, lines));
   const float agreement =
       SizeAgreement(box.size.width, nominal.width) * SizeAgreement(box.size.height, nominal.height);
   const float scatter = EdgeScatter(0.5f * smaller);
