@@ -272,6 +272,8 @@ TEST(MarkRefusal, NullPlaneZeroAreaUnusableRadiiAndNoDiscGiveMinusOneAndZeros) {
       EXPECT_EQ(slot(plane.data, para.data(), result), -1) << radius;
       EXPECT_EQ(cv::Point2f(result[0], result[1]), cv::Point2f(0, 0)) << radius;
     }
+    // A mark as wide as a taller plane (2 r + 2 is its width) is searched, not refused.
+    EXPECT_FALSE(RunMark(slot, DiscPlane({50, 60}, {25, 30}, 20.0f), 24.0f, 1).titles.empty());
     const Found none = RunMark(slot, noDisc, 20.0f, 1);
     EXPECT_EQ(none.status, -1);
     EXPECT_EQ(none.centre, cv::Point2f(0, 0));

@@ -158,6 +158,18 @@ TEST(LocateFiducial, CrossesAndRectanglesAtSubPixelOffsets) {
   errors.ExpectAccurate(0.05f, 0.3f);
 }
 
+// A bright stub touching the mark's edge (a trace or a via next to it) moves the edge points
+// it covers; the robust fit measures the disc on the rest of its edge.
+TEST(LocateFiducial, DiscWithAStubOnItsEdgeIsMeasuredOnTheRest) {
+  const cv::Point2f centre(40.3f, 35.6f);
+  for (const cv::Point2f side : {cv::Point2f(1, 0), cv::Point2f(-0.6f, 0.8f)}) {
+    const Shape stub{Rect(centre + side * 14.0f, {6.0f, 6.0f}), kMark};
+    const cv::Mat image = Render({80, 72}, {{Disc(centre, 12.0f), kMark}, stub}, 1.0f, 5.0f, 700);
+    const FiducialResult found = LocateFiducial(image, CircleOptions(12.0f));
+    EXPECT_LT(cv::norm(found.centre - centre), 0.15) << side;
+  }
+}
+
 // A board with the mark and its usual look-alikes: a square and a rectangular pad of the mark's
 // size, a disc half as large again, and a silkscreen ring of the mark's radius.
 TEST(LocateFiducial, MarkWinsOverLookAlikesThatScoreAsNotFound) {
@@ -180,10 +192,10 @@ TEST(LocateFiducial, MarkWinsOverLookAlikesThatScoreAsNotFound) {
     EXPECT_LT(LocateFiducial(image, CircleOptions(radius, window)).score, 0.5f) << window;
 }
 
-// A bar as wide as the rectangle mark but three times as high, or as high but three times as
+// A pad as wide as the rectangle mark but twice as high, or a bar three times as high or as
 // wide, is no mark: both sides of a box must be near their nominal size.
 TEST(LocateFiducial, BoxWithOneSideFarFromItsSizeIsNotFound) {
-  for (const cv::Size2f bar : {cv::Size2f(30, 60), cv::Size2f(90, 20)}) {
+  for (const cv::Size2f bar : {cv::Size2f(30, 40), cv::Size2f(30, 60), cv::Size2f(90, 20)}) {
     const cv::Mat image = Render({130, 100}, {{Rect({65.3f, 50.6f}, bar), kMark}}, 1.0f, 5.0f, 600);
     const FiducialResult found =
         LocateFiducial(image, BoxOptions(FiducialShape::Rectangle, {30, 20}));
