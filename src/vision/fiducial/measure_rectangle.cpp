@@ -94,8 +94,9 @@ std::optional<Measurement> MeasureRectangle(const cv::Mat& plane, cv::Point2f st
       });
   if (!level) return std::nullopt;
 
-  const float fill = BrightShare(plane, Box{box.centre, box.size * kPlateauShare}, *level) *
-                     (1.0f - BrightBeyondUnseenSides(plane, box, *level, lines));
+  // A mark stands alone: board beyond its unseen sides, not more of the same bright shape.
+  const float alone = 1.0f - BrightBeyondUnseenSides(plane, box, *level, lines);
+  const float fill = BrightShare(plane, Box{box.centre, box.size * kPlateauShare}, *level) * alone;
   const float agreement =
       SizeAgreement(box.size.width, nominal.width) * SizeAgreement(box.size.height, nominal.height);
   const float scatter = EdgeScatter(0.5f * smaller);
